@@ -1,0 +1,32 @@
+# brivel_module(NAME [DIR path-below-src] [DEPENDS libs...])
+# A static library brivel_NAME made of every .cpp in src/<DIR> (not below), with the
+# top of src/ as include root. Sources are globbed so that a new file needs no
+# edit here; re-run cmake after adding one (CONFIGURE_DEPENDS does it for you).
+function(brivel_module name)
+  cmake_parse_arguments(M "" "DIR" "DEPENDS" ${ARGN})
+  if(NOT M_DIR)
+    set(M_DIR ${name})
+  endif()
+  file(GLOB srcs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/${M_DIR}/*.cpp)
+  if(NOT srcs)
+    set(srcs ${PROJECT_SOURCE_DIR}/cmake/empty.cpp)
+  endif()
+  add_library(brivel_${name} STATIC ${srcs})
+  target_include_directories(brivel_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  foreach(dep IN LISTS M_DEPENDS)
+    target_link_libraries(brivel_${name} PUBLIC brivel_${dep})
+  endforeach()
+endfunction()
+
+# brivel_test(NAME LIBS...): one GoogleTest program made of tests/NAME/*.cpp.
+function(brivel_test name)
+  file(GLOB srcs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/${name}/*.cpp)
+  if(NOT srcs)
+    return()
+  endif()
+  add_executable(test_${name} ${srcs})
+  target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(test_${name} PRIVATE ${ARGN} GTest::gtest GTest::gtest_main)
+  add_test(NAME ${name} COMMAND test_${name})
+  set_tests_properties(${name} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;BRIVEL_TEST_OUT=${CMAKE_BINARY_DIR}/test-output")
+endfunction()

@@ -1,0 +1,78 @@
+// The run state: the variables that live from start to quit and that every
+// subsystem shares. One instance per console. Start values are those the
+// program has before Form_Load; "empty" values of the older generation count
+// as 0 here.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace brivel {
+
+struct RunState {
+  // --- Position and geometry -------------------------------------------------
+  int16_t compteur_X = 0;      // head position along X, motor steps
+  int32_t compteur_Y = 0;      // card position along Y, steps of the event list
+  bool sens_X = false;         // true: next X move towards higher positions
+  int16_t nb_pertes = 0;       // lost-step reports since start, shown in Text9
+  double pas_Y_mm = 0;         // mm of card per Y step: NbpasY * PasmotY
+  int16_t pas_poincon = 0;     // punch width in Y steps (floor)
+  double ms_par_pas = 0;       // ms of music per Y step
+  double duree_ms = 0;         // duration of the piece, ms
+  double reste_fin_ms = 0;     // Text8 beyond its whole minutes and seconds
+  double debut_pas = 0;        // Y step of the start bound of the current run
+
+  // --- Run control ------------------------------------------------------------
+  bool perforation_lancee = false;   // a run has found its origin since start
+  int16_t etat_pause = 0;            // 0 running, 1 suspended
+  bool mode_simulation = false;      // no punch cycles in this piece
+  bool reprise_contexte = false;     // a context was restored
+  bool reprise_sans_avance = false;  // count Y steps, don't make them, until a cycle
+  bool recalage_demande = false;     // next origin search returns to its X
+  int16_t realignement_demande = 0;  // 16-bit flag: re-register after next cycle
+  int16_t mesure_origine = 0;        // 16-bit flag: show measured origin count
+  bool fin_saisie = false;           // operator edited the end bound fields
+  int16_t enchainement = 0;          // 16-bit flag: chain opens without dialog
+  int32_t fichiers_restants = 0;     // files of the chain left, current included
+  int16_t rang_fichier = 0;          // index of the current file in Liste_fichiers
+  std::optional<int> heure_differee; // deferred start, seconds after midnight
+
+  // --- Punch-cycle control ----------------------------------------------------
+  int16_t hors_watchdog = 0;   // 16-bit flag: cycle_Z arms no watchdog
+  int16_t watchdog_echu = 0;   // 16-bit flag: WD_timer expired
+
+  // --- Reply flags of the receive dispatcher -----------------------------------
+  bool mode_5car = false;
+  bool rep_A = false, rep_B = false, rep_C = false, rep_D = false;
+  bool rep_autre = false;
+  char car_autre = 0;
+  std::string rep_5car;        // five characters, blank-padded
+  bool rep_5car_prete = false;
+
+  // --- Connection -------------------------------------------------------------
+  bool scan_port = false;
+
+  // --- Calibration, manual control ---------------------------------------------
+  bool arret_calibration = false;
+  int16_t calibration_Z_active = 0;
+  bool echec_cycle_vu = false;
+  int16_t nb_succes_Z = 0;
+  std::string NbpasY_sauve;
+  bool avance_continue = false;
+  bool visu_active = false;
+
+  // --- Module variables -------------------------------------------------------
+  int32_t compteur_trous = 0;  // punch cycles since the start of the piece
+  std::string nom_fichier_set; // current parameter file, no folder
+  std::string nom_midi_court;  // current MIDI file, no folder, no extension
+  std::string chemin_midi;     // full path of the current MIDI file
+  std::string dossier_appli;   // program folder, with a trailing separator
+  std::string chemin_midid;    // dossier_appli + "Temp/midid.dat"
+  int32_t reserve_set = 0;     // line 133 of a parameter file, passed through
+  int16_t nb_hors_gamme = 0;   // NOTE lines outside the scale
+  int16_t midi_erreur_code = 0;
+  std::string midi_erreur_texte;
+};
+
+}  // namespace brivel

@@ -1,0 +1,247 @@
+#include "console/model.h"
+
+#include <gtest/gtest.h>
+
+#include "console/pages.h"
+#include "platform/sim/sim_platform.h"
+
+namespace brivel {
+namespace {
+
+TEST(Model, DefaultsOfTheFieldMap) {
+  Model m;
+  struct Case {
+    const char* name;
+    const char* text;
+    const char* tooltip;
+    bool enabled;
+    bool visible;
+  } cases[] = {
+      {"Brivel", "Perforation de cartons d'orgue de barbarie          Brivel", "", true, true},
+      {"Label_defautP", "Sélectionner un fichier de paramètres (*.set) ou menu  Fenêtre ", "Messages de service ", true,
+       true},
+      {"vitesse", "60", "Vitesse d'avancement du carton", true, true},
+      {"Poincon", "3", "Dimension du poinçon dans le sens de l'avancement du carton", true, true},
+      {"PasmotY", "0.083", "Avance du carton pour 1 pas moteur Y", true, true},
+      {"NbpasY", "10", "Nombre de pas moteur par pas de perforation", true, true},
+      {"Dist_cartons", "300", "Avance du carton entre la perforation de 2 fichiers successifs", true, true},
+      {"AdressePort", "10", "Adresse du port", true, true},
+      {"VitesseX", "5000", "Durée d'un pas X en microsecondes", true, true},
+      {"VitesseY", "7500", "Durée d'un pas Y en microsecondes", true, true},
+      {"Text_origineX", "220", "Nombre de pas du moteur X entre le point d'origine et le bord du carton", true, true},
+      {"TempoZ", "2", "Durée de l'impulsion de commande", true, true},
+      {"MaxZ", "12", "Délai après l'impulsion", true, true},
+      {"dcycle_pwm", "20", "Pourcentage de la durée d'une impulsion à zéro", true, true},
+      {"nb_PasX", "200", "Nbre de pas en X si commande X activée", true, true},
+      {"NBTouches", "29", "Nombre de notes de l'instrument", false, true},
+      {"Text12", "6.3", "Distance entre l'axe de la première note et le bord du carton", false, true},
+      {"Text13", "4.2", "Distance entre les rangées de perforations", false, true},
+      {"Text11", "0.21", "Déplacement de la tête de peforation pour 1 pas moteur X", true, true},
+      {"Text16", "1.2", "Longueur du doigt en lecture mécanique", false, true},
+      {"Text14", "1.00", "Longueur minimale de pont", true, true},
+      {"Text15", "1.50", "Longueur maximale de pont", true, true},
+      {"Text17", "6", "Longueur de note maximale sans pont", true, true},
+      {"Text9", "0", "Nombre de pertes de pas depuis le début de la perforation", true, true},
+      {"Text10", "0", "Perte de pas maximale observée", true, true},
+      {"Calibration", "Attente calibration", "", true, true},
+      {"Text3", "3", "", true, true},
+      {"Text6", "250", "", true, true},
+      {"ReferenceX", "-10", "Décalage butée carton", true, true},
+      {"Text4", "20", "Nombre de pas Y", true, true},
+      {"Command11", "Perforer", "Lancement de la perforation", false, true},
+      {"Command12", "Pause", "Suspend ou reprend la perforation", false, true},
+      {"Avance", "Avance", "Avance du carton en continu", false, true},
+      {"Calculer_pas_X", "Calculer", "", false, true},
+      {"Def_ponts", "Définir", "Accès au cadre de définition des ponts", true, true},
+      {"Frame3", "Fichier Midi", "", true, true},
+      {"Frame2", "Numéros notes Midi et Nb pas X par rapport au bord du carton", "", true, false},
+      {"Detecteur", "Détecteurs", "", true, false},
+      {"Calc_ponts", "Calcul ponts Y", "", true, false},
+      {"Ouvre_midi", "Ouvrir Fichier Midi...", "", false, true},
+      {"Sauve_param", "Sauver Paramètres", "", false, true},
+      {"Sauve_contexte", "Sauver Contexte", "", false, true},
+      {"Restitue_contexte", "Restituer Contexte", "", true, true},
+      {"perfo_retard", "Perforation différée...", "", false, true},
+      {"Programmation", "Outils", "", true, true},
+      {"Prog_uno_rev3", "Uno - Uno rev3", "", true, true},
+      {"Note(1)", "57", "", true, true},
+      {"Note(29)", "68", "", true, true},
+      {"Note(30)", "0", "", true, true},
+      {"Position(28)", "474", "", true, true},
+      {"Position(63)", "0", "", true, true},
+      {"compteurXY(1)", "0", "", true, false},
+      {"About.nb_trou", "", "", true, false},
+      {"EEPROM.adress", "0", "", true, true},
+  };
+  for (const auto& c : cases) {
+    Element* e = m.find(c.name);
+    ASSERT_NE(e, nullptr) << c.name;
+    EXPECT_EQ(e->text(), c.text) << c.name;
+    EXPECT_EQ(e->tooltip(), c.tooltip) << c.name;
+    EXPECT_EQ(e->enabled(), c.enabled) << c.name;
+    EXPECT_EQ(e->visible(), c.visible) << c.name;
+  }
+  EXPECT_EQ(m.Demipas.value(), 1);
+  EXPECT_EQ(m.Check2.value(), 1);
+  EXPECT_EQ(m.Check3.value(), 1);
+  EXPECT_EQ(m.Check3.text(), "Do Ré mi");
+  for (Element* e : {&m.valid_pwm, &m.Check1, &m.Check4, &m.Check5, &m.Check6}) EXPECT_EQ(e->value(), 0) << e->name();
+  EXPECT_EQ(m.Ouvre_midi.shortcut(), "Ctrl+O");
+  EXPECT_EQ(m.fenetre_notes.shortcut(), "F3");
+  EXPECT_EQ(m.WD_timer.interval(), 1000);
+  EXPECT_EQ(m.Timer2.interval(), 30000);
+  EXPECT_FALSE(m.Timer1.enabled());
+  EXPECT_EQ(m.Shape1.color(), palette::kNone);
+  EXPECT_EQ(m.Note(5).color(), palette::kWhite);
+  EXPECT_TRUE(m.List3.sorted());
+  EXPECT_FALSE(m.Liste_fichiers.sorted());
+  EXPECT_EQ(m.Brivel.width(), Model::kStartWidth);
+}
+
+TEST(Model, ChangeRuleRunsTheHandlerInsideTheWriteOnlyOnADifference) {
+  Model m;
+  int runs = 0;
+  std::string seen_inside;
+  m.VitesseX.handler = [&] {
+    ++runs;
+    seen_inside = m.VitesseX.text();
+  };
+  m.VitesseX.set_text("4000");
+  EXPECT_EQ(runs, 1);
+  EXPECT_EQ(seen_inside, "4000");
+  m.VitesseX.set_text("4000");
+  EXPECT_EQ(runs, 1) << "the same text runs nothing";
+
+  // Re-entrant: a handler writes the field it belongs to.
+  std::vector<std::string> trail;
+  m.nb_PasX.handler = [&] {
+    trail.push_back(m.nb_PasX.text());
+    if (m.nb_PasX.text() == "1") m.nb_PasX.set_text("2");
+  };
+  m.nb_PasX.set_text("1");
+  EXPECT_EQ(trail, (std::vector<std::string>{"1", "2"}));
+  EXPECT_EQ(m.nb_PasX.text(), "2");
+
+  int clicks = 0;
+  m.Check1.handler = [&] { ++clicks; };
+  m.Check1.set_value(1);
+  m.Check1.set_value(1);
+  m.Check1.set_value(2);
+  EXPECT_EQ(clicks, 2);
+}
+
+TEST(Model, OperatorClicksRespectStateAndReach) {
+  Model m;
+  int clicks = 0;
+  m.Command11.handler = [&] { ++clicks; };
+  EXPECT_FALSE(m.Command11.operator_click()) << "disabled at start";
+  m.Command11.set_enabled(true);
+  EXPECT_TRUE(m.Command11.operator_click());
+  m.Frame3.set_visible(false);
+  EXPECT_FALSE(m.Command11.operator_click()) << "its frame is hidden";
+  EXPECT_FALSE(m.Perfoman.operator_click()) << "beyond the edge of the narrow window";
+  m.Command11.click();
+  EXPECT_EQ(clicks, 2) << "the program clicks whatever the state";
+  EXPECT_FALSE(m.separe1.operator_click());
+  EXPECT_TRUE(m.Demipas.enabled());
+}
+
+TEST(Model, SortedListKeepsByteOrderAndDuplicates) {
+  Model m;
+  for (const char* r : {"0000107 00060 NTOF ", "0000074 00060 NOTE 0000107", "0000077 ##### PASY",
+                        "0000074 00060 NOTE 0000107", "0000074 ##### PASY", "0000074 00048 NOTE 0000080"})
+    m.List3.add_row(r);
+  EXPECT_EQ(m.List3.rows(), (std::vector<std::string>{"0000074 ##### PASY", "0000074 00048 NOTE 0000080",
+                                                      "0000074 00060 NOTE 0000107", "0000074 00060 NOTE 0000107",
+                                                      "0000077 ##### PASY", "0000107 00060 NTOF "}));
+  m.List3.add_row("0000001 00060 NOTE 0000002");
+  EXPECT_EQ(m.List3.row(0), "0000001 00060 NOTE 0000002");
+  EXPECT_EQ(m.List3.count(), 7);
+}
+
+class Pages : public ::testing::Test {
+ protected:
+  Model m;
+  RunState s;
+  SimPlatform p;
+  Context c{m, s, p};
+  void SetUp() override { install_pages(c); }
+};
+
+TEST_F(Pages, EachPageShowsItsFramesAndSetsTheWindow) {
+  struct Expect {
+    Element Model::*e;
+    bool perf, mot, notes;
+  } table[] = {
+      {&Model::Frame3, true, false, false},     {&Model::Frame4, false, true, false},
+      {&Model::Frame5, false, true, false},     {&Model::Frame7, false, true, false},
+      {&Model::axe, false, true, false},        {&Model::Detecteur, false, true, false},
+      {&Model::Calibration_axes, false, true, false}, {&Model::Calc_ponts, false, false, false},
+      {&Model::Frame2, false, false, true},     {&Model::Calcul_X, false, false, true},
+      {&Model::Frame9, false, false, true},     {&Model::Perfoman, false, false, true},
+      {&Model::Origine_N, false, false, true},
+  };
+  s.mesure_origine = -1;
+  m.fenetre_moteurs.operator_click();
+  EXPECT_EQ(s.mesure_origine, 0);
+  for (auto& t : table) EXPECT_EQ((m.*t.e).visible(), t.mot) << (m.*t.e).name();
+  EXPECT_EQ(m.Brivel.width(), 8505);
+  EXPECT_TRUE(m.Sauve_param.enabled());
+  m.fenetre_notes.operator_click();
+  for (auto& t : table) EXPECT_EQ((m.*t.e).visible(), t.notes) << (m.*t.e).name();
+  m.fenetre_perforation.operator_click();
+  for (auto& t : table) EXPECT_EQ((m.*t.e).visible(), t.perf) << (m.*t.e).name();
+  EXPECT_EQ(m.Brivel.width(), 6810);
+  EXPECT_EQ(m.Brivel.height(), 5700);
+  EXPECT_TRUE(m.Ouvre_midi.enabled());
+}
+
+TEST_F(Pages, Frame8StaysVisibleButBeyondTheNarrowWindow) {
+  m.fenetre_moteurs.operator_click();
+  EXPECT_TRUE(m.shown(m.Frame8));
+  m.fenetre_perforation.operator_click();
+  EXPECT_TRUE(m.Frame8.visible());
+  EXPECT_FALSE(m.shown(m.Frame8));
+}
+
+TEST_F(Pages, MotorPageComputesTheYStepAndResetsTheBridgeFrame) {
+  m.NbpasY.set_text("");
+  m.fenetre_moteurs.operator_click();
+  EXPECT_EQ(s.pas_Y_mm, 0);
+  m.NbpasY.set_text("10");
+  m.Def_ponts.set_text("OK");
+  m.Calc_ponts.set_visible(true);
+  m.fenetre_perforation.operator_click();
+  EXPECT_EQ(m.Def_ponts.text(), "OK");
+  m.fenetre_moteurs.operator_click();
+  EXPECT_EQ(m.Def_ponts.text(), "Définir");
+  EXPECT_FALSE(m.Calc_ponts.visible());
+  EXPECT_DOUBLE_EQ(s.pas_Y_mm, 10 * 0.083);
+}
+
+TEST_F(Pages, DetectorTimerFollowsThePages) {
+  s.visu_active = true;
+  m.fenetre_moteurs.operator_click();
+  EXPECT_TRUE(m.Timer1.enabled());
+  m.fenetre_notes.operator_click();
+  EXPECT_FALSE(m.Timer1.enabled());
+  EXPECT_TRUE(s.visu_active);
+}
+
+TEST_F(Pages, SmallHandlersOfTheConsole) {
+  m.Fin_perf_sec.set_text("12");
+  EXPECT_TRUE(s.fin_saisie);
+  s.pas_Y_mm = 0.83;
+  m.Text4.set_text("20.5");
+  EXPECT_EQ(m.Label1(1).text(), " 17.015");
+  m.Text2.set_text("10");
+  EXPECT_EQ(m.Label1(0).text(), " 2.3");
+  m.affiche_doc.operator_click();
+  EXPECT_EQ(p.documents(), std::vector<std::string>{"Brivel.htm"});
+  m.apropos.operator_click();
+  EXPECT_TRUE(m.About.visible());
+  EXPECT_FALSE(m.nb_trou.visible());
+}
+
+}  // namespace
+}  // namespace brivel

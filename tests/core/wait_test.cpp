@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "core/app_paths.h"
+#include "core/cp1252.h"
+#include "core/event_loop.h"
+
+namespace brivel {
+namespace {
+
+// A loop whose tick follows a script: each turn moves it by the next step.
+class ScriptedLoop : public EventLoop {
+ public:
+  ScriptedLoop(int32_t start, std::vector<int32_t> after_each_turn) : tick_(start), ticks_(std::move(after_each_turn)) {}
+  void turn(int) override {
+    ++turns;
+    if (next_ < ticks_.size()) tick_ = ticks_[next_++];
+  }
+  int32_t tick_ms() override { return tick_; }
+  int turns = 0;
+
+ private:
+  int32_t tick_;
+  std::vector<int32_t> ticks_;
+  std::size_t next_ = 0;
+};
+
+TEST(AttenteMs, TurnsUntilTheTickPassesTheDeadline) {
+  struct Case {
+    const char* what;
+    double ms;
+    int32_t start;
+    std::vector<int32_t> ticks;
+    int expected_turns;
+  } cases[] = {
+      {"zero waits one turn when the tick moved", 0, 100, {101}, 1},
+      {"zero keeps turning while the tick stands", 0, 100, {100, 100, 101}, 3},
+      {"equal to the deadline does not end", 10, 100, {105, 110, 111}, 3},
+      {"past the deadline ends", 10, 100, {120}, 1},
+      {"a wrapped tick ends at once", 1000, 2147483000, {2147483600, -2147483000}, 2},
+      {"fractional deadline", 2.5, 0, {2, 3}, 2},
+  };
+  for (const auto& c : cases) {
+    ScriptedLoop loop(c.start, c.ticks);
+    attente_ms(loop, c.ms);
+    EXPECT_EQ(loop.turns, c.expected_turns) << c.what;
+  }
+}
+
+TEST(AppPaths, DossierAppliByPrecedence) {
+  AppPathInputs in;
+  in.program_dir = "/opt/brivel/bin";
+  in.home = "/home/anne";
+  EXPECT_EQ(resolve_dossier_appli(in), "/home/anne/.local/share/brivel/");
+  in.xdg_data_home = "/data";
+  EXPECT_EQ(resolve_dossier_appli(in), "/data/brivel/");
+  in.program_dir_writable = true;
+  EXPECT_EQ(resolve_dossier_appli(in), "/opt/brivel/bin/");
+  in.brivel_home = "/tmp/t1";
+  EXPECT_EQ(resolve_dossier_appli(in), "/tmp/t1/");
+  in.brivel_home = "";
+  EXPECT_EQ(resolve_dossier_appli(in), "/opt/brivel/bin/");
+}
+
+TEST(Cp1252, RoundTripOfTheConsoleTexts) {
+  const std::string fr = "Poinçon Début Sélectionner Réalignements œ € ’";
+  std::string bytes = utf8_to_cp1252(fr);
+  EXPECT_EQ(bytes.size(), fr.size() - 9);  // ç é é é œ one byte each, € ’ too
+  EXPECT_EQ(static_cast<unsigned char>(bytes[4]), 0xE7);  // ç
+  EXPECT_EQ(static_cast<unsigned char>(bytes[bytes.size() - 3]), 0x80);  // €
+  EXPECT_EQ(cp1252_to_utf8(bytes), fr);
+  EXPECT_EQ(utf8_to_cp1252("日"), "?");
+  auto lines = split_cp1252_lines("a\r\nb\r\n\r\nc");
+  EXPECT_EQ(lines, (std::vector<std::string>{"a", "b", "", "c"}));
+  EXPECT_EQ(split_cp1252_lines("x\r\n").size(), 1u);
+}
+
+}  // namespace
+}  // namespace brivel
