@@ -1,0 +1,75 @@
+#include "app/console_app.h"
+
+#include "console/file_list.h"
+#include "console/pages.h"
+#include "core/app_paths.h"
+#include "core/numbers.h"
+#include "geometry/geometry.h"
+#include "import/import.h"
+#include "link/link.h"
+#include "persistence/files/context_file.h"
+#include "run/motion/motion.h"
+
+namespace brivel {
+
+ConsoleApp::ConsoleApp(Platform& platform, ConsoleOptions options) : p(platform), options_(std::move(options)) {
+  // Timers of the model run on the platform's timers.
+  observer_ = m.subscribe([this](Element& e, Prop prop) {
+    if (e.kind() == Kind::Timer && prop == Prop::Running) drive_timers(e);
+  });
+  install_pages(c);
+  install_link(c);
+  install_motion(c);
+  install_geometry(c);
+  install_import(c);
+  m.quitter.handler = [this] { quitter_Click(); };
+  m.Sauve_contexte.handler = [this] { Sauve_contexte_Click(c); };
+  m.nb_trou.handler = [this] {
+    m.Label_defautP.set_text(str_plain(s.compteur_trous) + " perforations depuis le début du morceau");
+    m.nb_trou.set_visible(false);
+  };
+}
+
+ConsoleApp::~ConsoleApp() {
+  m.unsubscribe(observer_);
+  for (auto& [e, id] : timer_ids_) p.remove_timer(id);
+}
+
+void ConsoleApp::drive_timers(Element& e) {
+  auto it = timer_ids_.find(&e);
+  if (it != timer_ids_.end()) {
+    p.remove_timer(it->second);
+    timer_ids_.erase(it);
+  }
+  if (e.enabled()) timer_ids_[&e] = p.add_timer(e.interval(), [&e] {
+    if (e.enabled()) e.click();
+  });
+}
+
+void ConsoleApp::Form_Load() {
+  AppPathInputs in;
+  in.brivel_home = p.env("BRIVEL_HOME");
+  in.program_dir = options_.program_dir;
+  in.program_dir_writable = options_.program_dir_writable;
+  in.xdg_data_home = p.env("XDG_DATA_HOME");
+  in.home = p.env("HOME");
+  s.dossier_appli = resolve_dossier_appli(in);
+  ensure_app_folders(s.dossier_appli);
+  s.chemin_midid = s.dossier_appli + "Temp/midid.dat";
+  refresh_File1(c);
+  s.perforation_lancee = false;
+  s.hors_watchdog = 0;
+  s.mode_5car = false;
+}
+
+void ConsoleApp::quitter_Click() {
+  if (p.serial().is_open()) fin_travail(c);
+  attente_ms(p, 400);
+  if (p.serial().is_open()) p.serial().close();
+  m.About.set_visible(false);
+  m.EEPROM.set_visible(false);
+  m.Brivel.set_visible(false);
+  p.end_processes(kImageName);
+}
+
+}  // namespace brivel

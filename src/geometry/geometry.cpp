@@ -1,0 +1,7 @@
+#include "geometry/geometry.h"
+
+namespace brivel {
+
+void install_geometry(Context&) {}
+
+}  // namespace brivel

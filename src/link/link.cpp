@@ -1,0 +1,7 @@
+#include "link/link.h"
+
+namespace brivel {
+
+void install_link(Context&) {}
+
+}  // namespace brivel

@@ -1,0 +1,23 @@
+// The three things that make the machine move: one X move, one Y move and
+// one punch cycle, with the working sequence around them, the watchdog of a
+// punch cycle and the one fault sequence. Each takes its arguments from the
+// console's fields and reports a fault through etat_pause, the service line
+// and mise_en_defaut, never to its caller.
+#pragma once
+
+#include "console/context.h"
+
+namespace brivel {
+
+void debut_travail(Context& c);  // "AGxxxxx", 250 ms
+void fin_travail(Context& c);    // "ZGxxxxx", 25 ms
+void deplace_X(Context& c);      // nb_PasX steps in direction sens_X
+void deplace_Y(Context& c);      // nb_PasY Y steps of NbpasY motor steps
+void cycle_Z(Context& c);        // one punch cycle where the head stands
+void arme_watchdog(Context& c);
+void mise_en_defaut(Context& c);
+
+// Registers WD_timer's handler.
+void install_motion(Context& c);
+
+}  // namespace brivel
