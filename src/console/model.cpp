@@ -72,6 +72,9 @@ Model::Model() {
   add(Command11, "Frame3", "Perforer", "Lancement de la perforation").enabled_ = false;
   add(Command12, "Frame3", "Pause", "Suspend ou reprend la perforation").enabled_ = false;
   add(Avance, "Frame3", "Avance", "Avance du carton en continu").enabled_ = false;
+  // Kept beside the hidden List3, off every page.
+  add(Command7, "Frame3", "calcul  PasY").visible_ = false;
+  add(Label9, "Frame3", "Eléments").visible_ = false;
 
   // Frame6, inside Frame3.
   add(File1, "Frame6", "*.set", "Fichiers des paramètres de la machine", "Fichiers de paramètres");

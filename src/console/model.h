@@ -66,6 +66,8 @@ class Model {
   Element gauge1{Kind::Gauge, "gauge1"};
   Element List3{Kind::List, "List3"};
   Element Command11{Kind::Button, "Command11"}, Command12{Kind::Button, "Command12"}, Avance{Kind::Button, "Avance"};
+  // Intermediate steps of held notes, and the row count of List3 beside it.
+  Element Command7{Kind::Button, "Command7"}, Label9{Kind::Label, "Label9"};
   Element File1{Kind::List, "File1"};
   Element Shape2{Kind::Lamp, "Shape2"};
   Element affiche_note{Kind::Label, "affiche_note"};

@@ -4,9 +4,12 @@
 // as 0 here.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+
+#include "core/traffic_log.h"
 
 namespace brivel {
 
@@ -52,6 +55,11 @@ struct RunState {
 
   // --- Connection -------------------------------------------------------------
   bool scan_port = false;
+  // Frames and replies of the line, for the fault report beside the context.
+  TrafficLog trafic;
+  // The run engine (Command11_Click) is on the stack, suspended or not. A
+  // device arrival must not reset the board under it.
+  bool run_on_stack = false;
 
   // --- Calibration, manual control ---------------------------------------------
   bool arret_calibration = false;
@@ -71,6 +79,9 @@ struct RunState {
   std::string chemin_midid;    // dossier_appli + "Temp/midid.dat"
   int32_t reserve_set = 0;     // line 133 of a parameter file, passed through
   int16_t nb_hors_gamme = 0;   // NOTE lines outside the scale
+  // Name of each MIDI note number, for affiche_note; empty until
+  // charge_noms_notes has run (Check3_Click or a parameter load).
+  std::array<std::string, 128> noms_notes;
   int16_t midi_erreur_code = 0;
   std::string midi_erreur_texte;
 };

@@ -14,8 +14,15 @@ void fin_travail(Context& c);    // "ZGxxxxx", 25 ms
 void deplace_X(Context& c);      // nb_PasX steps in direction sens_X
 void deplace_Y(Context& c);      // nb_PasY Y steps of NbpasY motor steps
 void cycle_Z(Context& c);        // one punch cycle where the head stands
-void arme_watchdog(Context& c);
+void arme_watchdog(Context& c);   // WD_timer, 1000 ms, fires once
+void WD_timer_Timer(Context& c);  // the watchdog's expiry
+// The one fault sequence: suspends (etat_pause 1), saves the automatic
+// context, writes the line's recent traffic beside it, "Continuer", and
+// opens the motor and note pages to the operator.
 void mise_en_defaut(Context& c);
+
+// The recorder's file, written beside the context at each fault.
+inline constexpr const char* kTraficFaute = "Perfo_en_cours.trafic.txt";
 
 // Registers WD_timer's handler.
 void install_motion(Context& c);

@@ -1,0 +1,23 @@
+// brivel-card [--set FILE.set] [--events OUT] [--rows OUT] PIECE.mid
+//
+// Opens the piece on a console without a window, on the simulated platform
+// (its virtual clock makes the two-second wait of an opening free), with the
+// instrument of the .set file or the console's defaults, exactly as the
+// operator would from the menu. Writes the text event file and the rows of
+// the event list if asked, and one line of JSON on `out`.
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace brivel {
+
+// Exit status: 0 the piece was imported, 1 it could not be, 2 bad arguments
+// (usage on `err`).
+int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+
+// A JSON string literal, quotes included.
+std::string json_texte(const std::string& s);
+
+}  // namespace brivel

@@ -1,0 +1,186 @@
+#include "import/ouvre_midi.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+
+#include "core/app_paths.h"
+#include "core/numbers.h"
+#include "geometry/positions.h"
+#include "import/analyse.h"
+#include "import/intermediaires.h"
+#include "import/lecture_evenements.h"
+#include "import/refus_import.h"
+#include "import/vertalen.h"
+
+namespace brivel {
+
+namespace {
+
+std::optional<std::string> lit_fichier(const std::string& chemin) {
+  std::ifstream in(chemin, std::ios::binary);
+  if (!in) return std::nullopt;
+  std::string octets((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (in.bad()) return std::nullopt;
+  return octets;
+}
+
+// The Temp folder is made when it is missing.
+bool ecrit_fichier(const std::string& chemin, const std::string& octets) {
+  std::error_code ec;
+  auto dossier = std::filesystem::path(chemin).parent_path();
+  if (!dossier.empty()) std::filesystem::create_directories(dossier, ec);
+  std::ofstream out(chemin, std::ios::binary | std::ios::trunc);
+  if (!out) return false;
+  out.write(octets.data(), static_cast<std::streamsize>(octets.size()));
+  out.close();
+  return static_cast<bool>(out);
+}
+
+// The dialog road: fills Liste_fichiers. False when the operator cancelled.
+bool choisit_fichiers(Context& c) {
+  c.m.Liste_fichiers.clear_rows();
+  FileDialogRequest req;
+  req.filter = "Fichiers (*.mid)|*.mid|Tous (*.*)|*.*|";
+  req.filter_index = 1;
+  req.multi_select = true;
+  std::string reponse = c.p.dialogs().open_file(req);
+  if (reponse.empty()) return false;
+  auto chemins = chemins_selection(reponse);
+  for (const auto& ch : chemins) c.m.Liste_fichiers.add_row(ch);
+  c.s.fichiers_restants = static_cast<int32_t>(chemins.size());
+  c.s.rang_fichier = 0;
+  return true;
+}
+
+}  // namespace
+
+std::vector<std::string> chemins_selection(const std::string& reponse) {
+  std::vector<std::string> parts;
+  size_t debut = 0;
+  for (;;) {
+    size_t z = reponse.find('\0', debut);
+    parts.push_back(reponse.substr(debut, z == std::string::npos ? std::string::npos : z - debut));
+    if (z == std::string::npos) break;
+    debut = z + 1;
+  }
+  if (parts.size() == 1) return parts;
+  std::string dossier = parts[0];
+  if (dossier.empty() || dossier.back() != kSep) dossier += kSep;
+  std::vector<std::string> out;
+  for (size_t i = 1; i < parts.size(); ++i)
+    if (!parts[i].empty()) out.push_back(dossier + parts[i]);
+  return out;
+}
+
+std::string nom_court(const std::string& chemin) {
+  size_t sep = chemin.rfind(kSep);
+  if (sep == std::string::npos) return {};
+  std::string nom = chemin.substr(sep + 1);
+  return nom.size() >= 4 ? nom.substr(0, nom.size() - 4) : std::string();
+}
+
+bool importe_evenements(Context& c, std::string_view octets, const ReglagesImport& r) {
+  Model& m = c.m;
+  RunState& s = c.s;
+  s.pas_Y_mm = r.pas_Y_mm;
+  s.ms_par_pas = s.pas_Y_mm * 1000 / r.vitesse;
+  m.List3.clear_rows();
+  s.pas_poincon = static_cast<int16_t>(r.largeur);
+  s.nb_hors_gamme = 0;
+
+  std::vector<double> gamme;
+  const bool verifie = m.Check5.value() == 1;
+  if (verifie) {
+    int n = nb_touches(m.NBTouches.text()).value_or(0);  // checked before the opening
+    for (int k = 1; k <= n; ++k) gamme.push_back(val(m.Note(k).text()));
+  }
+  LectureEvenements l = lit_evenements(octets, r, verifie ? &gamme : nullptr);
+  if (l.head) m.Label4.set_text(s.chemin_midi);
+  s.nb_hors_gamme = l.nb_hors_gamme;
+  m.List3.set_rows(std::move(l.lignes));
+  if (l.trop) arret_trop_evenements(c);
+  if (m.List3.count() == 0) {
+    refuse_piece(c, message_aucune_note());
+    return false;
+  }
+
+  const std::string& derniere = m.List3.rows().back();
+  const double total = val(std::string_view(derniere).substr(0, 7));
+  AnalysePiece a = analyse_piece(total, s.ms_par_pas, s.pas_Y_mm, s.nb_hors_gamme);
+  m.Text7.set_text("0");
+  m.Text8.set_text(str_plain(a.fin_ms));
+  s.duree_ms = a.fin_ms;
+  m.Deb_perf_mn.set_text("0");
+  m.Deb_perf_sec.set_text("0");
+  s.reste_fin_ms = a.reste_fin_ms;
+  m.Fin_perf_mn.set_text(str_plain(a.minutes));
+  m.Fin_perf_sec.set_text(str_plain(a.secondes));
+  s.fin_saisie = false;  // writing the two fields above set it
+  Command7_Click(c);
+  m.Label_defautP.set_text(a.service);
+  s.mode_simulation = m.Text9.text() == "7351";
+  m.Command11.set_enabled(true);
+  m.perfo_retard.set_enabled(true);
+  return true;
+}
+
+void Ouvre_midi_Click(Context& c) {
+  Model& m = c.m;
+  RunState& s = c.s;
+
+  PreparationImport prep = prepare_import(champs_import(m));
+  if (!prep.reglages) {
+    refuse_piece(c, prep.refus);
+    return;
+  }
+  const ReglagesImport& r = *prep.reglages;
+
+  if (!s.reprise_contexte && !s.enchainement && !choisit_fichiers(c)) return;
+
+  s.pas_Y_mm = r.pas_Y_mm;
+  s.ms_par_pas = s.pas_Y_mm * 1000 / r.vitesse;
+  if (!s.reprise_contexte)
+    s.chemin_midi = s.rang_fichier >= 0 && s.rang_fichier < m.Liste_fichiers.count()
+                        ? m.Liste_fichiers.row(s.rang_fichier)
+                        : std::string();
+  if (s.chemin_midi.empty()) return;
+  if (s.chemin_midi.find(kSep) != std::string::npos) s.nom_midi_court = nom_court(s.chemin_midi);
+
+  auto midi = lit_fichier(s.chemin_midi);
+  if (!midi) {
+    c.p.dialogs().message_box(message_fichier_illisible(s.chemin_midi), BoxButtons::Ok);
+    refuse_piece(c, message_fichier_illisible(s.chemin_midi));
+    return;
+  }
+
+  c.p.set_busy(true);
+  VertalenResult v = vertalen(*midi, s.chemin_midi, [&m](int64_t valeur, int64_t max) {
+    m.gauge1.set_max(static_cast<int>(std::min<int64_t>(max, INT32_MAX)));
+    m.gauge1.set_value(static_cast<int>(std::min<int64_t>(valeur, INT32_MAX)));
+  });
+  s.midi_erreur_code = v.midi_erreur_code;
+  s.midi_erreur_texte = v.midi_erreur_texte;
+  const bool ecrit = ecrit_fichier(s.chemin_midid, v.text);
+  m.Label_defautP.set_text("Analyse et conversion du fichier Midi");
+  attente_ms(c.p, 2000);
+
+  std::optional<std::string> texte = ecrit ? lit_fichier(s.chemin_midid) : std::nullopt;
+  if (!texte) {
+    c.p.set_busy(false);
+    refuse_piece(c, message_temp_impossible(s.chemin_midid));
+    return;
+  }
+  std::error_code ec;
+  std::filesystem::remove(s.chemin_midid, ec);
+
+  const bool importe = importe_evenements(c, *texte, r);
+  c.p.set_busy(false);
+  if (s.midi_erreur_code != 0) {
+    if (importe) m.Label_defautP.set_text(service_conversion_interrompue());
+    c.p.dialogs().message_box(message_conversion_interrompue(s.midi_erreur_texte, importe), BoxButtons::Ok);
+  }
+}
+
+}  // namespace brivel

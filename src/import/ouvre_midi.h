@@ -1,0 +1,33 @@
+// Opening a piece: the menu entry "Ouvrir Fichier Midi...", the next file of
+// a chain, and the file of a restored context.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "console/context.h"
+#include "import/quantisation.h"
+
+namespace brivel {
+
+// The answer of the open dialog as full paths: one path as given, or a
+// folder and names separated by '\0', the folder getting a separator when it
+// has none at its end. Empty names are left out.
+std::vector<std::string> chemins_selection(const std::string& reponse);
+
+// The name of a piece without folder and extension: what follows the last
+// separator, less its last four characters. Empty if there is no separator
+// (the caller then keeps the name it had).
+std::string nom_court(const std::string& chemin);
+
+void Ouvre_midi_Click(Context& c);
+
+// From the bytes of a text event file to a piece ready to punch: List3, the
+// scale check, the intermediate steps, the bounds, the service line, the
+// mode, Command11. Ouvre_midi_Click calls it after the conversion, and
+// tests call it with a hand-written file. False, with the piece refused,
+// when the file holds no note. Ends the program on a list too long.
+bool importe_evenements(Context& c, std::string_view octets, const ReglagesImport& r);
+
+}  // namespace brivel

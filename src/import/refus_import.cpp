@@ -1,0 +1,131 @@
+#include "import/refus_import.h"
+
+#include <cmath>
+
+#include "core/numbers.h"
+#include "geometry/positions.h"
+#include "geometry/refus_geometrie.h"
+
+namespace brivel {
+
+ChampsImport champs_import(const Model& m) {
+  ChampsImport f;
+  f.vitesse = m.vitesse.text();
+  f.NbpasY = m.NbpasY.text();
+  f.PasmotY = m.PasmotY.text();
+  f.Poincon = m.Poincon.text();
+  f.PontY = m.PontY.text();
+  f.Text16 = m.Text16.text();
+  f.Text17 = m.Text17.text();
+  f.NBTouches = m.NBTouches.text();
+  f.Check4 = m.Check4.value() == 1;
+  f.Check5 = m.Check5.value() == 1;
+  return f;
+}
+
+std::optional<int> largeur_poincon(double poincon, double pas_Y_mm) {
+  if (!(pas_Y_mm > 0)) return std::nullopt;
+  double w = std::floor(poincon / pas_Y_mm);
+  if (!(w >= 1 && w <= 32767)) return std::nullopt;
+  return static_cast<int>(w);
+}
+
+namespace {
+std::string refuse(const std::string& quoi) { return "Ouverture refusée : " + quoi; }
+}  // namespace
+
+PreparationImport prepare_import(const ChampsImport& f) {
+  PreparationImport p;
+  ReglagesImport r;
+  r.vitesse = val(f.vitesse);
+  const double nbpas = val(f.NbpasY), pasmot = val(f.PasmotY);
+  if (!(r.vitesse > 0)) {
+    p.refus = refuse("la Vitesse du carton doit être supérieure à 0 (page Moteurs et poinçon)");
+    return p;
+  }
+  if (!(nbpas > 0)) {
+    p.refus = refuse("la Précision (pas moteur par pas de perforation) doit être supérieure à 0 (page Moteurs et poinçon)");
+    return p;
+  }
+  if (!(pasmot > 0)) {
+    p.refus = refuse("le Pas moteur Y doit être supérieur à 0 (page Moteurs et poinçon)");
+    return p;
+  }
+  r.pas_Y_mm = nbpas * pasmot;
+  auto largeur = largeur_poincon(val(f.Poincon), r.pas_Y_mm);
+  if (!largeur) {
+    p.refus = refuse("le Poinçon doit couvrir au moins un pas de perforation (Précision x Pas moteur = " +
+                     str_plain(r.pas_Y_mm) + " mm)");
+    return p;
+  }
+  r.largeur = *largeur;
+  r.demi = static_cast<int>(round_half_even(r.largeur / 2.0));
+  auto pont_strict = to_number_strict(f.PontY);
+  if (!pont_strict) {
+    p.refus = refuse("le paramètre des ponts (Ponts Y) \"" + f.PontY + "\" n'est pas un nombre");
+    return p;
+  }
+  r.ponts = *pont_strict != 0;
+  r.pont = val(f.PontY);
+  if (r.ponts && !(std::floor(r.pont) + r.largeur >= 1)) {
+    p.refus = refuse("le paramètre des ponts (Ponts Y) donne un intervalle de trous nul : saisir 0 ou un nombre positif");
+    return p;
+  }
+  if (f.Check5 && !nb_touches(f.NBTouches)) {
+    p.refus = refuse(refus_nb_touches(f.NBTouches));
+    return p;
+  }
+  r.mecanique = f.Check4;
+  r.doigt = val(f.Text16) / r.pas_Y_mm;
+  r.seuil = val(f.Text17);
+  p.reglages = r;
+  return p;
+}
+
+std::string refus_largeur_poincon() {
+  return "Calcul des pas Y impossible : le Poinçon doit couvrir au moins un pas de perforation";
+}
+
+std::string message_fichier_illisible(const std::string& chemin) {
+  return "Impossible de lire le fichier Midi " + chemin;
+}
+
+std::string message_temp_impossible(const std::string& chemin) {
+  return "Impossible d'écrire le fichier de conversion " + chemin;
+}
+
+std::string message_aucune_note() { return "Aucune note à perforer dans ce fichier Midi"; }
+
+std::string message_conversion_interrompue(const std::string& texte, bool importe) {
+  return "La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" + texte + "\r\n" +
+         (importe ? "Le morceau est tronqué : seules les notes lues avant l'erreur seront perforées."
+                  : "Aucune note n'a pu être lue.");
+}
+
+std::string service_conversion_interrompue() {
+  return "ATTENTION : fichier Midi endommagé, morceau tronqué";
+}
+
+std::string message_limite_calcul_ponts() {
+  return "Calcul limité à 99 pas moteur par pas de perforation et à un paramètre de pont de 99";
+}
+
+std::string message_pas_moteur_ponts() { return "Calcul impossible : le Pas moteur Y doit être supérieur à 0"; }
+
+void refuse_piece(Context& c, const std::string& message) {
+  Model& m = c.m;
+  m.List3.clear_rows();
+  m.Label9.set_text(" 0");
+  m.Command11.set_enabled(false);
+  m.perfo_retard.set_enabled(false);
+  m.Label_defautP.set_text(message);
+}
+
+void arret_trop_evenements(Context& c) {
+  c.p.dialogs().message_box(
+      "Nombre d'évènements trop important\r\nSuggestion :\r\nAugmenter le seuil d'insertion des ponts",
+      BoxButtons::Ok);
+  c.p.terminate_now();
+}
+
+}  // namespace brivel

@@ -1,0 +1,137 @@
+#include "link/connection.h"
+
+#include "core/numbers.h"
+#include "link/param_push.h"
+
+namespace brivel {
+
+namespace {
+constexpr int kPortScanStart = 32;
+
+void lamps(Context& c, int colour) {
+  c.m.Shape1.set_color(colour);
+  c.m.Shape2.set_color(colour);
+}
+
+// Selects the numbered port and opens it. False on any failure; failures on
+// the way to a connection give no message, the lamps tell.
+bool select_and_open(Context& c, int n) {
+  SerialPort& port = c.p.serial();
+  if (!port.set_port_number(n)) return false;
+  return port.open();
+}
+
+bool run_under_way(const Context& c) { return c.s.run_on_stack || c.m.Command12.enabled(); }
+}  // namespace
+
+int numero_port(const Context& c) {
+  double v = val(c.m.AdressePort.text());
+  auto n = cint(v);
+  if (!n) return 0;
+  return *n;
+}
+
+void init_port(Context& c) {
+  SerialPort& port = c.p.serial();
+  port.set_settings("57600,n,8,1");
+  port.set_dtr(true);
+  port.set_rts(true);
+  attente_ms(c.p, 400);
+  // The lines stay low from here on: no flow control on this line.
+  port.set_dtr(false);
+  port.set_rts(false);
+  port.set_input_len(1);
+  port.set_rthreshold(1);
+  c.s.mode_5car = false;
+  c.s.rep_5car_prete = false;
+  attente_ms(c.p, 500);
+}
+
+void connexion_on(Context& c) {
+  init_port(c);
+  if (!c.p.serial().is_open()) {
+    // The device went away during the reset (its removal closed the port).
+    c.s.scan_port = false;
+    connexion_off(c);
+    return;
+  }
+  lamps(c, palette::kLightGreen);
+  c.s.scan_port = false;
+  param_arduino(c);
+  c.p.set_busy(false);
+}
+
+void connexion_off(Context& c) {
+  if (c.p.serial().is_open()) c.p.serial().close();
+  lamps(c, palette::kLightRed);
+  c.p.set_busy(false);
+}
+
+void ouvre_port(Context& c) {
+  // With the port already open the selection fails: no change, no reset.
+  if (select_and_open(c, numero_port(c))) connexion_on(c);
+  if (!c.p.serial().is_open()) connexion_off(c);
+}
+
+void AdressePort_Change(Context& c) {
+  if (!c.s.scan_port) {
+    SerialPort& port = c.p.serial();
+    if (port.is_open()) port.close();
+    if (select_and_open(c, numero_port(c))) connexion_on(c);
+  }
+  if (!c.p.serial().is_open()) connexion_off(c);
+}
+
+void Label3_Click(Context& c) {
+  SerialPort& port = c.p.serial();
+  if (port.is_open()) return;
+  // One attempt at the top port, made by the change handler itself.
+  c.m.AdressePort.set_text(std::to_string(kPortScanStart));
+  c.s.scan_port = true;
+  c.p.set_busy(true);
+  while (c.s.scan_port) {
+    const int n = numero_port(c);
+    select_and_open(c, n);
+    bool won = false;
+    if (port.is_open()) {
+      // One serial layer: the probe is the connection itself. Closing and
+      // opening again keeps the order of effects of a separate probe (and
+      // takes over a port that the first attempt at 32 opened).
+      port.close();
+      won = select_and_open(c, n);
+    }
+    if (won) {
+      c.s.scan_port = false;
+      connexion_on(c);
+    } else if (n > 0) {
+      c.m.AdressePort.set_text(std::to_string(n - 1));
+    } else {
+      c.s.scan_port = false;
+      connexion_off(c);
+    }
+    attente_ms(c.p, 20);
+    c.p.turn(0);
+  }
+  c.p.set_busy(false);
+}
+
+void SysInfo_DeviceArrival(Context& c, int type, int id, const std::string& name) {
+  if (type != 3 || id != 0) return;
+  if (run_under_way(c) && c.p.serial().is_open()) {
+    // A reset now would lose the board's place under the run.
+    c.m.Label_defautP.set_text(c.m.Label_defautP.text() +
+                               "Carte arduino détectée - ignorée : une perforation est en cours\r\n");
+    return;
+  }
+  c.m.Label_defautP.set_text(c.m.Label_defautP.text() + "Carte arduino détectée\r\n");
+  c.p.set_busy(true);
+  c.m.AdressePort.set_text(name.size() > 3 ? name.substr(3) : std::string());
+  if (!c.p.serial().is_open()) {
+    if (select_and_open(c, numero_port(c))) connexion_on(c);
+    if (!c.p.serial().is_open()) connexion_off(c);
+  }
+}
+
+void SysInfo_DeviceRemoveComplete(Context& c) { connexion_off(c); }
+
+}  // namespace brivel

@@ -1,0 +1,163 @@
+#include "link/line.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "core/numbers.h"
+#include "link/connection.h"
+#include "link/frames.h"
+
+namespace brivel {
+
+double delai_mouvement_ms(double pas, double us_par_pas) {
+  double move = pas * us_par_pas / 1000.0;
+  if (!(move > 0)) move = 0;  // also NaN
+  return kDelaiReponseMs + 2 * move;
+}
+
+bool envoie(Context& c, std::string_view bytes) {
+  if (c.p.serial().write(bytes)) {
+    c.s.trafic.add(c.p.tick_ms(), '>', bytes);
+    return true;
+  }
+  c.s.trafic.add(c.p.tick_ms(), '!', "écriture impossible : " + std::string(bytes));
+  // The device has gone: the lamps must say so, and the next wait ends at once.
+  connexion_off(c);
+  return false;
+}
+
+bool envoie_nombre(Context& c, std::string_view code, double value) {
+  auto frame = number_frame(code, value);
+  if (!frame) {
+    c.m.Label_defautP.set_text(refusal_text(code, value));
+    return false;
+  }
+  return envoie(c, *frame);
+}
+
+void OnComm(Context& c, int comm_event) {
+  if (comm_event != SerialPort::kEvReceive) return;
+  RunState& s = c.s;
+  SerialPort& port = c.p.serial();
+  if (!s.mode_5car) {
+    s.rep_A = s.rep_B = s.rep_C = s.rep_D = s.rep_autre = false;
+    std::string in = port.input();
+    if (in.empty()) return;
+    s.trafic.add(c.p.tick_ms(), '<', in.substr(0, 1));
+    note_single_reply(s, in[0]);
+  } else if (!s.rep_5car_prete) {
+    std::string in = port.input();
+    s.trafic.add(c.p.tick_ms(), '<', in);
+    s.rep_5car = counted_reply(in);
+    s.rep_5car_prete = true;
+  }
+  // Counted mode with a reply already pending: the characters stay where
+  // they are until the exchange takes the copy.
+}
+
+void efface_drapeaux(RunState& s, unsigned flags) {
+  if (flags & kRepA) s.rep_A = false;
+  if (flags & kRepB) s.rep_B = false;
+  if (flags & kRepC) s.rep_C = false;
+  if (flags & kRepD) s.rep_D = false;
+  if (flags & kRepAutre) s.rep_autre = false;
+}
+
+bool un_drapeau(const RunState& s, unsigned flags) {
+  return ((flags & kRepA) && s.rep_A) || ((flags & kRepB) && s.rep_B) || ((flags & kRepC) && s.rep_C) ||
+         ((flags & kRepD) && s.rep_D) || ((flags & kRepAutre) && s.rep_autre);
+}
+
+Attente attend(Context& c, const std::function<bool()>& fini, double delai_ms) {
+  const uint32_t start = static_cast<uint32_t>(c.p.tick_ms());
+  for (;;) {
+    if (fini()) return Attente::Reponse;
+    if (!c.p.serial().is_open()) {
+      c.s.trafic.add(c.p.tick_ms(), '!', "port fermé pendant l'attente");
+      return Attente::PortPerdu;
+    }
+    // Elapsed time on the tick, right across a wrap of the counter.
+    const double passe = static_cast<double>(static_cast<uint32_t>(c.p.tick_ms()) - start);
+    if (passe >= delai_ms) {
+      c.s.trafic.add(c.p.tick_ms(), '!', "pas de réponse après " + str_plain(passe) + " ms");
+      return Attente::Delai;
+    }
+    const double reste = std::ceil(delai_ms - passe);
+    c.p.turn(reste > 1e9 ? 1000000000 : std::max(1, static_cast<int>(reste)));
+  }
+}
+
+Attente ecrit_et_attend(Context& c, std::string_view frame, unsigned flags, double delai_ms) {
+  if (!envoie(c, frame)) return Attente::PortPerdu;
+  efface_drapeaux(c.s, flags);
+  return attend(c, [&c, flags] { return un_drapeau(c.s, flags); }, delai_ms);
+}
+
+Attente debut_echange_compte(Context& c, std::string& r) {
+  c.s.rep_5car_prete = false;
+  c.s.mode_5car = true;
+  c.p.serial().set_rthreshold(5);
+  c.p.serial().set_input_len(5);
+  if (!envoie(c, kBareLF)) return Attente::PortPerdu;
+  Attente a = attend(c, [&c] { return c.s.rep_5car_prete; }, kDelaiReponseMs);
+  if (a == Attente::Reponse) r = c.s.rep_5car;
+  return a;
+}
+
+void fin_echange_compte(Context& c, bool ligne_fermante) {
+  c.s.mode_5car = false;
+  c.p.serial().set_rthreshold(1);
+  c.p.serial().set_input_len(1);
+  if (ligne_fermante) envoie(c, kBareLF);
+}
+
+std::string texte_defaut_liaison(Attente a) {
+  switch (a) {
+    case Attente::Reponse: return "";
+    case Attente::Delai: return "Pas de réponse de la machine";
+    case Attente::PortPerdu: return "Liaison série perdue";
+  }
+  return "";
+}
+
+bool port_pret(Context& c) {
+  if (c.p.serial().is_open()) return true;
+  c.m.Label_defautP.set_text(
+      "Machine non connectée : commande impossible. Indiquer le numéro du port COM ou cliquer sur \"Numéro du port "
+      "COM\" pour le rechercher");
+  return false;
+}
+
+namespace {
+std::string visible_bytes(const std::string& text) {
+  std::string out;
+  for (unsigned char ch : text) {
+    if (ch == '\n') {
+      out += "<LF>";
+    } else if (ch == '\r') {
+      out += "<CR>";
+    } else if (ch < 0x20 || ch == 0x7f) {
+      char buf[8];
+      std::snprintf(buf, sizeof buf, "<%02X>", ch);
+      out += buf;
+    } else {
+      out += static_cast<char>(ch);
+    }
+  }
+  return out;
+}
+}  // namespace
+
+std::vector<std::string> lignes_trafic(const TrafficLog& log) {
+  std::vector<std::string> lines;
+  lines.push_back("Trafic de la liaison série, du plus ancien au plus récent (ms, > envoyé, < reçu, ! incident)");
+  for (const auto& e : log.entries()) {
+    char head[32];
+    std::snprintf(head, sizeof head, "%11d %c ", static_cast<int>(e.at_ms), e.dir);
+    lines.push_back(head + (e.dir == '!' ? e.text : visible_bytes(e.text)));
+  }
+  return lines;
+}
+
+}  // namespace brivel

@@ -1,0 +1,20 @@
+// Text files as the older generation of machines writes them: Windows-1252,
+// each line ended by CR LF, and the whole text written in one go followed by
+// one further line end, so that a file ends with an empty line.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace brivel {
+
+// The bytes of a file of `lines` (UTF-8 inside): each line and CR LF, then
+// one more CR LF.
+std::string texte_fichier(const std::vector<std::string>& lines);
+
+// Writes `bytes` to `path` through a temporary file beside it and a rename,
+// so that a reader never finds half a file and an old file survives a failed
+// write. False on any failure; the old file is then left as it was.
+bool ecrit_fichier_atomique(const std::string& path, const std::string& bytes);
+
+}  // namespace brivel

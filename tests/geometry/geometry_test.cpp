@@ -1,0 +1,207 @@
+#include "geometry/geometry.h"
+
+#include <gtest/gtest.h>
+
+#include "console/pages.h"
+#include "geometry/note_names.h"
+#include "support/link_rig.h"
+
+namespace brivel::test {
+namespace {
+
+std::vector<std::string> positions(Model& m, int from, int to) {
+  std::vector<std::string> out;
+  for (int k = from; k <= to; ++k) out.push_back(m.Position(k).text());
+  return out;
+}
+
+bool unlocked(Model& m) {
+  return m.Calculer_pas_X.enabled() && m.Text12.enabled() && m.Text13.enabled() && m.NBTouches.enabled() &&
+         m.Check6.enabled();
+}
+bool locked(Model& m) {
+  return !m.Calculer_pas_X.enabled() && !m.Text12.enabled() && !m.Text13.enabled() && !m.NBTouches.enabled() &&
+         !m.Check6.enabled() && m.Valcalc.value() == 0;
+}
+
+struct NotesPage : SimDesk {
+  NotesPage() {
+    fenetre_notes_Click(c);
+    EXPECT_TRUE(locked(m));
+    EXPECT_TRUE(m.Valcalc.operator_click());
+    EXPECT_TRUE(unlocked(m));
+  }
+};
+
+TEST(Scale, CalculationFillsAndLocks) {
+  NotesPage d;
+  d.m.Calculer_pas_X.operator_click();
+  EXPECT_EQ(positions(d.m, 1, 3), (std::vector<std::string>{"30", "50", "70"}));
+  EXPECT_EQ(d.m.Position(29).text(), "590");  // (6.3 + 28 * 4.2) / 0.21
+  EXPECT_EQ(d.m.Position(30).text(), "0");    // above NBTouches: untouched
+  EXPECT_EQ(d.m.Note(1).text(), "57");        // notes are not the calculation's
+  EXPECT_TRUE(locked(d.m));
+}
+
+TEST(Scale, ReversedTableRunsFromTheFarTrack) {
+  NotesPage d;
+  d.m.NBTouches.set_text("3");
+  d.m.Check6.set_value(1);
+  d.m.Calculer_pas_X.operator_click();
+  EXPECT_EQ(positions(d.m, 1, 4), (std::vector<std::string>{"70", "50", "30", "75"}));
+}
+
+TEST(Scale, HalvesGoToTheEvenPosition) {
+  NotesPage d;
+  d.m.NBTouches.set_text("4");
+  d.m.Text12.set_text("0.5");
+  d.m.Text13.set_text("1");
+  d.m.Text11.set_text("1");
+  d.m.Calculer_pas_X.operator_click();
+  EXPECT_EQ(positions(d.m, 1, 4), (std::vector<std::string>{"0", "2", "2", "4"}));
+}
+
+TEST(Scale, NoTrackWritesNothingAndStillLocks) {
+  NotesPage d;
+  d.m.NBTouches.set_text("0");
+  d.m.Calculer_pas_X.operator_click();
+  EXPECT_EQ(positions(d.m, 1, 2), (std::vector<std::string>{"25", "42"}));
+  EXPECT_TRUE(locked(d.m));
+  EXPECT_TRUE(d.p.sim_dialogs().boxes.empty());
+}
+
+TEST(Scale, RefusalsLeaveTableAndLockOpen) {
+  struct Case {
+    const char* field;
+    const char* text;
+    const char* box;
+  } cases[] = {
+      {"NBTouches", "64", "Nombre de notes \"64\" invalide : saisir dans Notes un nombre entier de 0 à 63"},
+      {"NBTouches", "abc", "Nombre de notes \"abc\" invalide : saisir dans Notes un nombre entier de 0 à 63"},
+      {"Text11", "0", "Calcul impossible : le Pas moteur X doit être différent de 0"},
+      {"Text11", "", "Calcul impossible : le Pas moteur X doit être différent de 0"},
+  };
+  for (const auto& c : cases) {
+    NotesPage d;
+    d.m.get(c.field).set_text(c.text);
+    d.m.Calculer_pas_X.operator_click();
+    EXPECT_EQ(d.p.sim_dialogs().boxes, std::vector<std::string>{c.box}) << c.field << c.text;
+    EXPECT_EQ(positions(d.m, 1, 2), (std::vector<std::string>{"25", "42"})) << c.field << c.text;
+    EXPECT_TRUE(unlocked(d.m)) << c.field << c.text;
+  }
+}
+
+TEST(Scale, Check6RemindsBothWays) {
+  NotesPage d;
+  d.m.Check6.operator_click();
+  d.m.Check6.operator_click();
+  EXPECT_EQ(d.p.sim_dialogs().boxes,
+            (std::vector<std::string>{"Penser à vérifier la valeur du talon", "Penser à vérifier la valeur du talon"}));
+  EXPECT_EQ(d.m.Position(1).text(), "25");
+}
+
+TEST(Scale, Check4MechanicalReading) {
+  SimDesk d;
+  d.m.NbpasY.set_text("10");
+  d.m.PontY.set_text("2");
+  d.m.Check4.set_value(1);
+  EXPECT_TRUE(d.m.Text16.enabled());
+  EXPECT_EQ(d.m.NbpasY.text(), "1");
+  EXPECT_EQ(d.m.PontY.text(), "0");
+  d.m.NbpasY.set_text("10");
+  d.m.PontY.set_text("2");
+  d.m.Check4.set_value(0);
+  EXPECT_FALSE(d.m.Text16.enabled());
+  EXPECT_EQ(d.m.NbpasY.text(), "10");
+  EXPECT_EQ(d.m.PontY.text(), "2");
+}
+
+// A machine on port 10 that answers "A" to every move.
+struct Head : LinkRig {
+  Head() {
+    EXPECT_TRUE(connect(10));
+    m.Demipas.set_value(0);
+    m.Check3.set_value(0);
+    m.Check3.set_value(1);  // French names made
+  }
+};
+
+TEST(Scale, PerfoOnTheTrackUnderTheHead) {
+  Head h;
+  fenetre_notes_Click(h.c);
+  h.m.LabelX.set_text("108");  // Position(6), note 60
+  h.s.sens_X = true;
+  auto from = h.mark();
+  h.m.perfo(6).operator_click();
+  EXPECT_FALSE(h.s.sens_X);
+  EXPECT_EQ(h.m.nb_PasX.text(), "0");
+  EXPECT_EQ(h.m.affiche_note.text(), "Do");
+  EXPECT_EQ(h.frame_bytes(from), (std::vector<std::string>{"AGxxxxx\n", "Mx00000\n", "ZGxxxxx\n"}));
+}
+
+TEST(Scale, PerfoDirectionAndCount) {
+  struct Case {
+    int k;
+    const char* labelx;
+    bool sens;
+    const char* nb;
+    const char* frame;
+    const char* name;
+  } cases[] = {
+      {1, "0", true, "25", "MX00025\n", "La"},
+      {2, "100", false, "58", "Mx00058\n", "Do"},
+      {29, "490", false, "0", "Mx00000\n", "Sol#"},
+  };
+  for (const auto& c : cases) {
+    Head h;
+    // On the page "Perforation", as the run engine calls it: no working sequence.
+    fenetre_perforation_Click(h.c);
+    h.m.LabelX.set_text(c.labelx);
+    auto from = h.mark();
+    perfo_Click(h.c, c.k);
+    EXPECT_EQ(h.s.sens_X, c.sens) << c.k;
+    EXPECT_EQ(h.m.nb_PasX.text(), c.nb) << c.k;
+    EXPECT_EQ(h.m.affiche_note.text(), c.name) << c.k;
+    EXPECT_EQ(h.frame_bytes(from), std::vector<std::string>{c.frame}) << c.k;
+  }
+}
+
+TEST(Scale, PerfoLeavesTheHeadToAnOriginSearch) {
+  Head h;
+  fenetre_perforation_Click(h.c);
+  h.m.CommandeX_P.set_enabled(false);
+  h.m.nb_PasX.set_text("200");
+  auto from = h.mark();
+  perfo_Click(h.c, 3);
+  EXPECT_EQ(h.m.nb_PasX.text(), "200");
+  EXPECT_TRUE(h.frame_bytes(from).empty());
+  EXPECT_EQ(h.m.affiche_note.text(), "Ré");
+}
+
+TEST(Scale, PerfoWithoutANoteNameStillMovesAndSaysWhy) {
+  Head h;
+  fenetre_notes_Click(h.c);
+  h.m.Note(4).set_text("130");
+  h.m.LabelX.set_text("0");
+  h.m.affiche_note.set_text("Do");
+  auto from = h.mark();
+  h.m.perfo(4).operator_click();
+  EXPECT_EQ(h.m.affiche_note.text(), "");
+  EXPECT_EQ(h.frame_bytes(from), (std::vector<std::string>{"AGxxxxx\n", "MX00075\n", "ZGxxxxx\n"}));
+  EXPECT_EQ(h.p.sim_dialogs().boxes,
+            std::vector<std::string>{
+                "Note(4) = \"130\" n'est pas un numéro de note Midi : saisir un nombre entier de 0 à 127"});
+}
+
+TEST(Scale, PerfoOutsideTheTableIsRefused) {
+  Head h;
+  fenetre_perforation_Click(h.c);
+  auto from = h.mark();
+  perfo_Click(h.c, 64);
+  perfo_Click(h.c, 0);
+  EXPECT_TRUE(h.frame_bytes(from).empty());
+  EXPECT_EQ(h.m.Label_defautP.text(), "Piste 0 inexistante : les pistes vont de 1 à 63");
+}
+
+}  // namespace
+}  // namespace brivel::test

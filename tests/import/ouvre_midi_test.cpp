@@ -1,0 +1,308 @@
+#include "import/ouvre_midi.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+
+#include "import/import_files.h"
+#include "import/refus_import.h"
+#include "support/sim_desk.h"
+
+namespace brivel::test {
+namespace {
+
+using Rows = std::vector<std::string>;
+
+// A console that keeps every text the service line showed.
+struct Desk : SimDesk {
+  Desk() {
+    m.subscribe([this](Element& e, Prop prop) {
+      if (&e == &m.Label_defautP && prop == Prop::Text) service.push_back(e.text());
+    });
+  }
+  ReglagesImport reglages() { return *prepare_import(champs_import(m)).reglages; }
+  Rows service;
+};
+
+const std::string kPiece = "TEMP 0000000 000000 0500000\r\n" + note_line(1000, 60, 500) +
+                           "NOOF 0001500 000000 00001 00060\r\n" + note_line(0, 62, 0) +
+                           "HEAD ##10000  /x/piece.mid 01500\r\nENDF 9999999\r\n";
+
+TEST(OpenPiece, SelectionPaths) {
+  struct Case {
+    std::string answer;
+    Rows paths;
+  } cases[] = {
+      {"/pieces/valse.mid", {"/pieces/valse.mid"}},
+      {std::string("/pieces\0valse.mid\0polka.mid", 27), {"/pieces/valse.mid", "/pieces/polka.mid"}},
+      {std::string("/\0valse.mid", 11), {"/valse.mid"}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(chemins_selection(c.answer), c.paths) << c.answer;
+  EXPECT_EQ(nom_court("/pieces/valse.mid"), "valse");
+  EXPECT_EQ(nom_court("valse.mid"), "");
+}
+
+TEST(OpenPiece, TextFileToAPieceReadyToPunch) {
+  Desk d;
+  d.s.chemin_midi = "/x/piece.mid";
+  d.s.fin_saisie = true;
+  ASSERT_TRUE(importe_evenements(d.c, kPiece, d.reglages()));
+  Rows expected = {"0000002 00062 NOTE 0000002", "0000002 00062 NTOF ", "0000074 00060 NOTE 0000107"};
+  for (const char* y : {"77", "80", "83", "86", "89", "92", "95", "98", "101", "104"})
+    expected.push_back(std::string(7 - std::strlen(y), '0') + y + " ##### PASY");
+  expected.push_back("0000107 00060 NTOF ");
+  EXPECT_EQ(d.m.List3.rows(), expected);
+  EXPECT_EQ(d.m.Label4.text(), "/x/piece.mid");
+  EXPECT_EQ(d.m.Label9.text(), " 14");
+  // Step 107 of 13.833 ms: 1480 ms.
+  EXPECT_EQ(d.m.Text7.text(), "0");
+  EXPECT_EQ(d.m.Text8.text(), "1480");
+  EXPECT_EQ(d.s.duree_ms, 1480);
+  EXPECT_EQ(d.s.reste_fin_ms, 480);
+  EXPECT_EQ(d.m.Deb_perf_mn.text(), "0");
+  EXPECT_EQ(d.m.Deb_perf_sec.text(), "0");
+  EXPECT_EQ(d.m.Fin_perf_mn.text(), "0");
+  EXPECT_EQ(d.m.Fin_perf_sec.text(), "1");
+  EXPECT_FALSE(d.s.fin_saisie);
+  EXPECT_EQ(d.m.Label_defautP.text(), "Prêt à perforer - Durée: 0 mn 01 s - Longueur carton: 0.09 m");
+  EXPECT_EQ(d.s.pas_poincon, 3);
+  EXPECT_FALSE(d.s.mode_simulation);
+  EXPECT_TRUE(d.m.Command11.enabled());
+  EXPECT_TRUE(d.m.perfo_retard.enabled());
+  // A second run of the intermediate steps finds nothing left to fill.
+  d.m.Command7.click();
+  EXPECT_EQ(d.m.List3.count(), 14);
+  EXPECT_EQ(d.m.Label9.text(), " 14");
+  EXPECT_EQ(d.m.gauge1.value(), 0);
+}
+
+TEST(OpenPiece, SimulationModeAndHeadLine) {
+  Desk d;
+  d.m.Label4.set_text("/avant.mid");
+  d.m.Text9.set_text("7351");
+  ASSERT_TRUE(importe_evenements(d.c, note_line(0, 60, 0), d.reglages()));
+  EXPECT_TRUE(d.s.mode_simulation);
+  EXPECT_EQ(d.m.Label4.text(), "/avant.mid");  // no HEAD line: the conversion stopped early
+  d.m.Text9.set_text("73510");
+  ASSERT_TRUE(importe_evenements(d.c, note_line(0, 60, 0), d.reglages()));
+  EXPECT_FALSE(d.s.mode_simulation);
+}
+
+TEST(OpenPiece, ScaleCheck) {
+  // The last note starts at 900 ms: step 67, 55.6 mm of card, 926 ms.
+  const std::string two60 = note_line(0, 60, 0) + note_line(500, 60, 0) + note_line(900, 62, 0);
+  struct Case {
+    int check5;
+    const char* nbtouches;
+    const char* note6;  // 60 in the default scale
+    int hors;
+    const char* service;
+  } cases[] = {
+      {0, "29", "59", 0, "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.06 m"},
+      {1, "29", "60", 0, "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.06 m"},
+      {1, "29", "59", 2, "ATTENTION :  2 notes ne sont pas dans la gamme de l'orgue"},
+      {1, "5", "60", 3, "ATTENTION :  3 notes ne sont pas dans la gamme de l'orgue"},
+  };
+  for (const auto& c : cases) {
+    Desk d;
+    d.m.Check5.set_value(c.check5);
+    d.m.NBTouches.set_text(c.nbtouches);
+    d.m.Note(6).set_text(c.note6);
+    ASSERT_TRUE(importe_evenements(d.c, two60, d.reglages()));
+    EXPECT_EQ(d.s.nb_hors_gamme, c.hors) << c.nbtouches << " " << c.note6;
+    EXPECT_EQ(d.m.Label_defautP.text(), c.service);
+  }
+  Desk d;
+  d.m.Check5.set_value(1);
+  ASSERT_TRUE(importe_evenements(d.c, note_line(0, 99, 0), d.reglages()));
+  EXPECT_EQ(d.m.Label_defautP.text(), "ATTENTION :  1 note n'est pas dans la gamme de l'orgue");
+}
+
+TEST(OpenPiece, TooManyRowsEndsTheProgram) {
+  Desk d;
+  std::string file;
+  for (int i = 0; i < 16384; ++i) file += note_line(i * 100, 60, 0);
+  try {
+    importe_evenements(d.c, file, d.reglages());
+    FAIL() << "the program should have ended";
+  } catch (const SimProcessEnded& e) {
+    EXPECT_FALSE(e.by_quit);
+  }
+  EXPECT_EQ(d.p.sim_dialogs().boxes,
+            Rows{"Nombre d'évènements trop important\r\nSuggestion :\r\nAugmenter le seuil d'insertion des ponts"});
+  EXPECT_EQ(d.m.List3.count(), 32768);
+}
+
+TEST(OpenPiece, TooManyIntermediateStepsEndsTheProgram) {
+  Desk d;
+  d.s.pas_Y_mm = 0.83;
+  d.m.Poincon.set_text("0.9");  // one step wide
+  d.m.List3.add_row("0000000 00060 NOTE 0040000");
+  d.m.List3.add_row("0040000 00060 NTOF ");
+  EXPECT_THROW(d.m.Command7.click(), SimProcessEnded);
+  EXPECT_EQ(d.p.sim_dialogs().boxes.size(), 1u);
+}
+
+TEST(OpenPiece, NoNoteIsRefused) {
+  Desk d;
+  d.m.Command11.set_enabled(true);
+  EXPECT_FALSE(importe_evenements(d.c, "TEMP 0000000 000000 0500000\r\nENDF 9999999\r\n", d.reglages()));
+  EXPECT_EQ(d.m.Label_defautP.text(), "Aucune note à perforer dans ce fichier Midi");
+  EXPECT_FALSE(d.m.Command11.enabled());
+  EXPECT_EQ(d.m.List3.count(), 0);
+}
+
+TEST(OpenPiece, RefusedBeforeAnythingIsConverted) {
+  struct Case {
+    const char* field;
+    const char* text;
+    const char* message;
+  } cases[] = {
+      {"vitesse", "0", "Ouverture refusée : la Vitesse du carton doit être supérieure à 0 (page Moteurs et poinçon)"},
+      {"NbpasY", "0",
+       "Ouverture refusée : la Précision (pas moteur par pas de perforation) doit être supérieure à 0 (page Moteurs "
+       "et poinçon)"},
+      {"PasmotY", "", "Ouverture refusée : le Pas moteur Y doit être supérieur à 0 (page Moteurs et poinçon)"},
+      {"Poincon", "0.5",
+       "Ouverture refusée : le Poinçon doit couvrir au moins un pas de perforation (Précision x Pas moteur = 0.83 mm)"},
+      {"PontY", "2a", "Ouverture refusée : le paramètre des ponts (Ponts Y) \"2a\" n'est pas un nombre"},
+      {"PontY", "-5",
+       "Ouverture refusée : le paramètre des ponts (Ponts Y) donne un intervalle de trous nul : saisir 0 ou un nombre "
+       "positif"},
+  };
+  for (const auto& c : cases) {
+    Desk d;
+    d.m.List3.add_row("0000074 00060 NOTE 0000107");
+    d.m.Command11.set_enabled(true);
+    d.m.perfo_retard.set_enabled(true);
+    d.m.get(c.field).set_text(c.text);
+    d.m.Ouvre_midi.click();
+    EXPECT_EQ(d.m.Label_defautP.text(), c.message);
+    EXPECT_TRUE(d.p.sim_dialogs().open_requests.empty()) << c.field;
+    EXPECT_FALSE(d.m.Command11.enabled()) << c.field;
+    EXPECT_FALSE(d.m.perfo_retard.enabled()) << c.field;
+    EXPECT_EQ(d.m.List3.count(), 0) << c.field;
+  }
+  Desk d;
+  d.m.Check5.set_value(1);
+  d.m.NBTouches.set_text("70");
+  d.m.Ouvre_midi.click();
+  EXPECT_EQ(d.m.Label_defautP.text(),
+            "Ouverture refusée : Nombre de notes \"70\" invalide : saisir dans Notes un nombre entier de 0 à 63");
+}
+
+TEST(OpenPiece, DialogRoadWithAFileThatIsNoMidi) {
+  Desk d;
+  const std::string path = d.home + "pas_midi.mid";
+  write_file(path, "hello");
+  std::filesystem::remove_all(d.home + "Temp");
+  d.p.sim_dialogs().open_answers.push_back(path);
+  const int64_t t0 = d.p.now();
+  d.m.Ouvre_midi.click();
+
+  ASSERT_EQ(d.p.sim_dialogs().open_requests.size(), 1u);
+  const FileDialogRequest& req = d.p.sim_dialogs().open_requests[0];
+  EXPECT_EQ(req.filter, "Fichiers (*.mid)|*.mid|Tous (*.*)|*.*|");
+  EXPECT_EQ(req.filter_index, 1);
+  EXPECT_EQ(req.start_name, "");
+  EXPECT_TRUE(req.multi_select);
+  EXPECT_EQ(d.m.Liste_fichiers.rows(), Rows{path});
+  EXPECT_EQ(d.s.fichiers_restants, 1);
+  EXPECT_EQ(d.s.rang_fichier, 0);
+  EXPECT_EQ(d.s.chemin_midi, path);
+  EXPECT_EQ(d.s.nom_midi_court, "pas_midi");
+  EXPECT_GE(d.p.now() - t0, 2000);
+  EXPECT_EQ(d.service, (Rows{"Analyse et conversion du fichier Midi", "Aucune note à perforer dans ce fichier Midi"}));
+  EXPECT_EQ(d.s.midi_erreur_code, 5);
+  EXPECT_EQ(d.p.sim_dialogs().boxes,
+            Rows{"La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" + d.s.midi_erreur_texte +
+                 "\r\nAucune note n'a pu être lue."});
+  EXPECT_TRUE(std::filesystem::is_directory(d.home + "Temp"));
+  EXPECT_FALSE(std::filesystem::exists(d.s.chemin_midid));
+  EXPECT_FALSE(d.m.Command11.enabled());
+  EXPECT_EQ(d.p.busy_log(), (std::vector<bool>{true, false}));
+}
+
+TEST(OpenPiece, CancelledDialog) {
+  Desk d;
+  d.m.Liste_fichiers.add_row("/ancien.mid");
+  d.m.Ouvre_midi.click();
+  EXPECT_EQ(d.m.Liste_fichiers.count(), 0);
+  EXPECT_TRUE(d.service.empty());
+  EXPECT_TRUE(d.p.busy_log().empty());
+}
+
+TEST(OpenPiece, MultipleSelectionChainAndRestore) {
+  {
+    Desk d;
+    d.p.sim_dialogs().open_answers.push_back(std::string("/nulle/part\0a.mid\0b.mid", 23));
+    d.m.Ouvre_midi.click();
+    EXPECT_EQ(d.m.Liste_fichiers.rows(), (Rows{"/nulle/part/a.mid", "/nulle/part/b.mid"}));
+    EXPECT_EQ(d.s.fichiers_restants, 2);
+    EXPECT_EQ(d.s.chemin_midi, "/nulle/part/a.mid");
+    EXPECT_EQ(d.s.nom_midi_court, "a");
+    // The file isn't there: said in a box and on the service line.
+    EXPECT_EQ(d.p.sim_dialogs().boxes, Rows{"Impossible de lire le fichier Midi /nulle/part/a.mid"});
+    EXPECT_EQ(d.m.Label_defautP.text(), "Impossible de lire le fichier Midi /nulle/part/a.mid");
+  }
+  {
+    Desk d;  // a chain step: no dialog, fichiers_restants untouched
+    d.s.enchainement = 1;
+    d.m.Liste_fichiers.add_row("/c/un.mid");
+    d.m.Liste_fichiers.add_row("/c/deux.mid");
+    d.s.rang_fichier = 1;
+    d.s.fichiers_restants = 5;
+    d.m.Ouvre_midi.click();
+    EXPECT_TRUE(d.p.sim_dialogs().open_requests.empty());
+    EXPECT_EQ(d.s.chemin_midi, "/c/deux.mid");
+    EXPECT_EQ(d.s.fichiers_restants, 5);
+  }
+  {
+    Desk d;  // a restored context keeps its path
+    d.s.reprise_contexte = true;
+    d.s.chemin_midi = "/r/repris.mid";
+    d.m.Liste_fichiers.add_row("/r/autre.mid");
+    d.m.Ouvre_midi.click();
+    EXPECT_TRUE(d.p.sim_dialogs().open_requests.empty());
+    EXPECT_EQ(d.s.chemin_midi, "/r/repris.mid");
+    EXPECT_EQ(d.s.nom_midi_court, "repris");
+  }
+}
+
+TEST(OpenPiece, WholeRoadWithTheDecoder) {
+  if (!decoder_ready()) GTEST_SKIP() << "decoder not written yet";
+  Desk d;
+  const std::string path = d.home + "do.mid";
+  write_file(path, tiny_midi());
+  d.p.sim_dialogs().open_answers.push_back(path);
+  d.m.Ouvre_midi.click();
+  // 0 ms + half punch 2; 500 ms is 36 steps: last 35.
+  EXPECT_EQ(d.m.List3.row(0), "0000002 00060 NOTE 0000035");
+  EXPECT_EQ(d.m.List3.rows().back(), "0000035 00060 NTOF ");
+  EXPECT_EQ(d.m.Label9.text(), " 12");
+  EXPECT_EQ(d.m.Label4.text(), path);
+  EXPECT_EQ(d.m.Text8.text(), "484");
+  EXPECT_EQ(d.m.Label_defautP.text(), "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.03 m");
+  EXPECT_TRUE(d.p.sim_dialogs().boxes.empty());
+  EXPECT_TRUE(d.m.Command11.enabled());
+}
+
+TEST(OpenPiece, TruncatedMidiIsShownNotHidden) {
+  if (!decoder_ready()) GTEST_SKIP() << "decoder not written yet";
+  Desk d;
+  const std::string path = d.home + "coupe.mid";
+  write_file(path, tiny_midi(false));
+  d.p.sim_dialogs().open_answers.push_back(path);
+  d.m.Ouvre_midi.click();
+  EXPECT_EQ(d.s.midi_erreur_code, 1);
+  EXPECT_EQ(d.m.List3.row(0), "0000002 00060 NOTE 0000035");
+  EXPECT_TRUE(d.m.Command11.enabled());
+  EXPECT_EQ(d.m.Label_defautP.text(), "ATTENTION : fichier Midi endommagé, morceau tronqué");
+  EXPECT_EQ(d.p.sim_dialogs().boxes,
+            Rows{"La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" + d.s.midi_erreur_texte +
+                 "\r\nLe morceau est tronqué : seules les notes lues avant l'erreur seront perforées."});
+}
+
+}  // namespace
+}  // namespace brivel::test

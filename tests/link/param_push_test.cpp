@@ -1,0 +1,146 @@
+#include "link/param_push.h"
+
+#include <gtest/gtest.h>
+
+#include "console/pages.h"
+#include "support/link_rig.h"
+
+namespace brivel::test {
+namespace {
+
+struct OnMotorPage : LinkRig {
+  OnMotorPage() {
+    fenetre_moteurs_Click(c);
+    EXPECT_TRUE(connect(10));
+  }
+};
+
+TEST(LiveFrames, OneFramePerKeystrokeTwelveTicksApart) {
+  OnMotorPage r;
+  r.m.VitesseX.set_text("");
+  auto from = r.mark();
+  const int64_t t0 = r.p.now();
+  for (const char* typed : {"5", "50", "500", "5000"}) r.m.VitesseX.set_text(typed);
+  // One turn (1 tick), then 10 ms ending on the 11th tick.
+  EXPECT_EQ(r.frames(from), F({{t0, "PX00005\n"}, {t0 + 12, "PX00050\n"}, {t0 + 24, "PX00500\n"}, {t0 + 36, "PX05000\n"}}));
+}
+
+TEST(LiveFrames, EachValueFieldHasItsCode) {
+  struct Case {
+    Element Model::*field;
+    const char* text;
+    const char* frame;
+  } cases[] = {
+      {&Model::VitesseX, "4000", "PX04000\n"}, {&Model::VitesseY, "12.5", "PY00013\n"},
+      {&Model::Text_origineX, "", "OX00000\n"}, {&Model::TempoZ, "3", "IZ00003\n"},
+      {&Model::MaxZ, "20ms", "MZ00020\n"},
+  };
+  for (const auto& k : cases) {
+    OnMotorPage r;
+    auto from = r.mark();
+    (r.m.*k.field).set_text(k.text);
+    EXPECT_EQ(r.frame_bytes(from), std::vector<std::string>{k.frame}) << k.frame;
+  }
+}
+
+TEST(LiveFrames, NoteDefinitionPageIsAParameterPageToo) {
+  LinkRig r;
+  fenetre_notes_Click(r.c);
+  ASSERT_TRUE(r.connect(10));
+  auto from = r.mark();
+  r.m.MaxZ.set_text("13");
+  EXPECT_EQ(r.frame_bytes(from), std::vector<std::string>{"MZ00013\n"});
+}
+
+TEST(LiveFrames, NothingOnTheRunPageOrWithThePortClosed) {
+  {
+    LinkRig r;
+    ASSERT_TRUE(r.connect(10));
+    fenetre_perforation_Click(r.c);
+    auto from = r.mark();
+    r.m.VitesseX.set_text("4000");
+    EXPECT_TRUE(r.frames(from).empty());
+  }
+  {
+    LinkRig r;
+    fenetre_moteurs_Click(r.c);
+    r.m.VitesseX.set_text("4000");
+    EXPECT_TRUE(r.frames().empty());
+  }
+}
+
+TEST(LiveFrames, ValueThatNeedsASixthDigitIsRefusedWithAMessage) {
+  OnMotorPage r;
+  auto from = r.mark();
+  r.m.VitesseX.set_text("123456");
+  EXPECT_TRUE(r.frames(from).empty());
+  EXPECT_EQ(r.m.Label_defautP.text(),
+            "Valeur 123456 refusée pour la commande PX : la machine n'accepte que 0 à 99999 - rien n'a été envoyé");
+  r.m.VitesseX.set_text("-5");
+  EXPECT_TRUE(r.frames(from).empty());
+}
+
+TEST(ChoppedPulses, CheckSendsPwWithTheValueUncheckSendsPwOff) {
+  OnMotorPage r;
+  auto from = r.mark();
+  r.m.valid_pwm.set_value(1);
+  EXPECT_TRUE(r.m.dcycle_pwm.enabled());
+  EXPECT_EQ(r.m.dcycle_pwm.color(), palette::kWindow);
+  r.m.valid_pwm.set_value(0);
+  EXPECT_FALSE(r.m.dcycle_pwm.enabled());
+  EXPECT_EQ(r.m.dcycle_pwm.color(), palette::kMenu);
+  r.m.dcycle_pwm.set_text("30");  // disabled: still "off"
+  EXPECT_EQ(r.frame_bytes(from), (std::vector<std::string>{"PW00020\n", "Pwxxxxx\n", "Pwxxxxx\n"}));
+}
+
+TEST(ChoppedPulses, ClickOffAParameterPageDoesNothing) {
+  LinkRig r;
+  ASSERT_TRUE(r.connect(10));
+  fenetre_perforation_Click(r.c);
+  auto from = r.mark();
+  const bool was = r.m.dcycle_pwm.enabled();
+  r.m.valid_pwm.set_value(1);
+  EXPECT_EQ(r.m.dcycle_pwm.enabled(), was);
+  EXPECT_TRUE(r.frames(from).empty());
+}
+
+TEST(SensorMode, CouplingWithThePortClosed) {
+  LinkRig r;
+  fenetre_moteurs_Click(r.c);
+  r.m.Check1.set_value(1);
+  EXPECT_EQ(r.m.Check2.value(), 0);
+  EXPECT_TRUE(r.m.TempoZ.enabled());
+  EXPECT_EQ(r.m.TempoZ.color(), palette::kWindow);
+  r.m.Check1.set_value(0);
+  EXPECT_EQ(r.m.Check2.value(), 1);
+  EXPECT_FALSE(r.m.TempoZ.enabled());
+  EXPECT_EQ(r.m.TempoZ.color(), palette::kMenu);
+  EXPECT_TRUE(r.frames().empty());
+}
+
+TEST(SensorMode, FramesWithThePortOpen) {
+  OnMotorPage r;
+  auto from = r.mark();
+  const int64_t t0 = r.p.now();
+  r.m.Check1.set_value(1);
+  EXPECT_EQ(r.m.Check2.value(), 0);
+  r.m.Check1.set_value(0);
+  EXPECT_EQ(r.m.Check2.value(), 1);
+  // 10 ms after the frame, no turn of its own.
+  EXPECT_EQ(r.frames(from), F({{t0, "CPxxxxx\n"}, {t0 + 11, "cpxxxxx\n"}}));
+}
+
+TEST(SensorMode, CycleAutoNeedsNoPageAndSendsNothing) {
+  LinkRig r;
+  ASSERT_TRUE(r.connect(10));
+  fenetre_perforation_Click(r.c);
+  auto from = r.mark();
+  r.m.Check2.set_value(0);
+  EXPECT_TRUE(r.m.TempoZ.enabled());
+  r.m.Check2.set_value(1);
+  EXPECT_FALSE(r.m.TempoZ.enabled());
+  EXPECT_TRUE(r.frames(from).empty());
+}
+
+}  // namespace
+}  // namespace brivel::test

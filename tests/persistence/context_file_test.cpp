@@ -1,0 +1,123 @@
+#include "persistence/files/context_file.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "core/cp1252.h"
+#include "persistence/files/text_file.h"
+#include "support/sim_desk.h"
+
+namespace brivel::test {
+namespace {
+
+TEST(ContextText, TwentyNineNotesAndOneFile) {
+  SimDesk d;
+  d.s.nom_fichier_set = "Orgue.set";
+  d.s.chemin_midi = "/pieces/Valse.mid";
+  d.s.rang_fichier = 0;
+  d.s.fichiers_restants = 1;
+  d.m.Liste_fichiers.add_row("/pieces/Valse.mid");
+  auto lines = lignes_contexte(d.m, d.s);
+  ASSERT_EQ(lines.size(), 65u);
+  EXPECT_EQ(lines[61], "/pieces/Valse.mid");
+  EXPECT_EQ(lines[62], " 0");
+  EXPECT_EQ(lines[63], " 1");
+  EXPECT_EQ(lines[64], "/pieces/Valse.mid");
+  for (int k = 1; k <= 29; ++k) {
+    EXPECT_EQ(lines[1 + 2 * k], "15") << k;  // all idle
+    EXPECT_EQ(lines[2 + 2 * k], "") << k;
+  }
+}
+
+TEST(ContextText, ChainOfThreeStoppedInTheSecond) {
+  SimDesk d;
+  d.s.rang_fichier = 1;
+  d.s.fichiers_restants = 2;
+  for (const char* f : {"/p/a.mid", "/p/b.mid", "/p/c.mid"}) d.m.Liste_fichiers.add_row(f);
+  auto lines = lignes_contexte(d.m, d.s);
+  ASSERT_EQ(lines.size(), 67u);
+  EXPECT_EQ(lines[62], " 1");
+  EXPECT_EQ(lines[63], " 2");
+  EXPECT_EQ(std::vector<std::string>(lines.begin() + 64, lines.end()),
+            (std::vector<std::string>{"/p/a.mid", "/p/b.mid", "/p/c.mid"}));
+}
+
+TEST(ContextText, NoteStatesByColourAndTheirEndSteps) {
+  SimDesk d;
+  d.m.NBTouches.set_text("4");
+  d.m.compteurXY(1).set_text("1234");
+  d.s.compteur_trous = 987;
+  d.m.Note(1).set_color(palette::kLightRed);
+  d.m.Note(1).set_tooltip(" 107");
+  d.m.Note(2).set_color(palette::kLightMagenta);
+  d.m.Note(3).set_color(palette::kLightGreen);
+  d.m.Note(4).set_color(palette::kWhite);
+  d.m.Note(4).set_tooltip("x");
+  EXPECT_EQ(lignes_contexte(d.m, d.s),
+            (std::vector<std::string>{"", "1234", "987", "12", " 107", "13", "", "ndef", "", "15", "x", "", " 0", " 0"}));
+}
+
+TEST(ContextFile, BytesAreWindows1252WithCrLfAndAFinalEmptyLine) {
+  EXPECT_EQ(texte_fichier({"Orgue à 29.set", "", "12"}), "Orgue \xE0 29.set\r\n\r\n12\r\n\r\n");
+  EXPECT_EQ(texte_fichier({}), "\r\n");
+}
+
+TEST(ContextFile, AutomaticSaveWritesAndRefreshesTheList) {
+  SimDesk d;
+  d.m.NBTouches.set_text("2");
+  d.s.nom_fichier_set = "Orgue été.set";
+  { std::ofstream(d.home + "Orgue été.set") << "x"; }
+  { std::ofstream(d.home + "Perfo_en_cours.sav") << "an older context, longer than the new one..............."; }
+  ASSERT_TRUE(sauve_contexte_auto(d.c));
+  EXPECT_EQ(d.read_file("Perfo_en_cours.sav"), "Orgue \xE9t\xE9.set\r\n0\r\n0\r\n15\r\n\r\n15\r\n\r\n\r\n 0\r\n 0\r\n\r\n");
+  EXPECT_FALSE(std::filesystem::exists(d.home + "Perfo_en_cours.sav.tmp"));
+  ASSERT_EQ(d.m.File1.count(), 1);
+  EXPECT_EQ(d.m.File1.row(0), "Orgue été.set");
+}
+
+TEST(ContextFile, AutomaticSaveInAMissingFolderFailsQuietly) {
+  SimDesk d;
+  d.s.dossier_appli = d.home + "gone/";
+  EXPECT_FALSE(sauve_contexte_auto(d.c));
+}
+
+TEST(SaveMenu, AsksWithTheFilterAndStartNameThenWrites) {
+  SimDesk d;
+  d.s.nom_midi_court = "Valse";
+  d.m.NBTouches.set_text("1");
+  d.p.sim_dialogs().save_answers.push_back(d.home + "Ma valse.sav");
+  d.m.Sauve_contexte.click();
+  ASSERT_EQ(d.p.sim_dialogs().save_requests.size(), 1u);
+  const auto& req = d.p.sim_dialogs().save_requests[0];
+  EXPECT_EQ(req.filter, "Fichiers (*.sav)|*.sav|Tous (*.*)|*.*|");
+  EXPECT_EQ(req.filter_index, 1);
+  EXPECT_TRUE(req.overwrite_prompt);
+  EXPECT_EQ(req.start_name, d.home + "Valse.sav");
+  EXPECT_EQ(d.read_file("Ma valse.sav"), "\r\n0\r\n0\r\n15\r\n\r\n\r\n 0\r\n 0\r\n\r\n");
+  EXPECT_EQ(d.p.busy_log(), (std::vector<bool>{true, false}));
+  EXPECT_TRUE(d.m.Avance.enabled());
+}
+
+TEST(SaveMenu, CancelWritesNothingAndStillEnablesAvance) {
+  SimDesk d;
+  d.m.Sauve_contexte.click();
+  EXPECT_EQ(d.p.busy_log(), (std::vector<bool>{false}));
+  EXPECT_TRUE(d.m.Avance.enabled());
+  int files = 0;
+  for (auto& e : std::filesystem::directory_iterator(d.home))
+    if (e.is_regular_file()) ++files;
+  EXPECT_EQ(files, 0);
+}
+
+TEST(SaveMenu, FailedWriteIsToldOnTheServiceLine) {
+  SimDesk d;
+  d.p.sim_dialogs().save_answers.push_back(d.home + "nowhere/x.sav");
+  d.m.Sauve_contexte.click();
+  EXPECT_EQ(d.m.Label_defautP.text(), "Contexte non sauvegardé : impossible d'écrire le fichier " + d.home + "nowhere/x.sav");
+  EXPECT_FALSE(d.p.busy());
+}
+
+}  // namespace
+}  // namespace brivel::test
