@@ -1,0 +1,37 @@
+// One QApplication for the whole test program, on whatever platform the
+// environment names (ctest sets QT_QPA_PLATFORM=offscreen).
+#include <QApplication>
+#include <QStyleFactory>
+
+#include <cstdio>
+#include <gtest/gtest.h>
+
+namespace {
+
+// The offscreen platform warns at each resize and raise that it has no
+// window manager; nothing to see for these tests.
+void quiet_offscreen(QtMsgType type, const QMessageLogContext& ctx, const QString& msg) {
+  if (type == QtWarningMsg && msg.startsWith(QStringLiteral("This plugin does not support"))) return;
+  std::fprintf(stderr, "%s\n", qPrintable(qFormatLogMessage(type, ctx, msg)));
+}
+
+class QtEnvironment : public ::testing::Environment {
+ public:
+  void SetUp() override {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    qInstallMessageHandler(quiet_offscreen);
+    static int argc = 1;
+    static char name[] = "test_gui";
+    static char* argv[] = {name, nullptr};
+    app_ = new QApplication(argc, argv);
+    if (QStyle* fusion = QStyleFactory::create(QStringLiteral("Fusion"))) QApplication::setStyle(fusion);
+  }
+  void TearDown() override { delete app_; }
+
+ private:
+  QApplication* app_ = nullptr;
+};
+
+[[maybe_unused]] ::testing::Environment* const kQtEnv = ::testing::AddGlobalTestEnvironment(new QtEnvironment);
+
+}  // namespace
