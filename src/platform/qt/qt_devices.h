@@ -1,0 +1,36 @@
+// Device arrival and removal from udev, on the tty subsystem. An arrival of
+// a device that has a port number is told as type 3, identity 0, "COM<n>";
+// any removal is told as it comes. Without udev nothing is told.
+#pragma once
+
+#include <QSocketNotifier>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/platform.h"
+
+struct udev;
+struct udev_monitor;
+
+namespace brivel {
+
+class QtDevices : public DeviceNotifier {
+ public:
+  QtDevices();
+  ~QtDevices() override;
+  void set_ports_folder(const std::string& folder) { ports_folder_ = folder; }
+  void set_on_arrival(std::function<void(int, int, const std::string&)> f) override { arrival_ = std::move(f); }
+  void set_on_removal(std::function<void()> f) override { removal_ = std::move(f); }
+
+ private:
+  void on_event();
+  udev* udev_ = nullptr;
+  udev_monitor* monitor_ = nullptr;
+  std::unique_ptr<QSocketNotifier> notifier_;
+  std::string ports_folder_;
+  std::function<void(int, int, const std::string&)> arrival_;
+  std::function<void()> removal_;
+};
+
+}  // namespace brivel

@@ -1,0 +1,80 @@
+#include "platform/qt/qt_dialogs.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QMessageBox>
+
+namespace brivel {
+
+namespace {
+bool have_widgets() { return qobject_cast<QApplication*>(QCoreApplication::instance()) != nullptr; }
+QWidget* parent() { return QApplication::activeWindow(); }
+}  // namespace
+
+std::string qt_filter(const std::string& filter) {
+  // Pairs of "description|pattern|"; Qt wants the descriptions, which carry
+  // their pattern in brackets, joined by ";;".
+  std::string out;
+  std::size_t pos = 0;
+  bool description = true;
+  while (pos < filter.size()) {
+    std::size_t bar = filter.find('|', pos);
+    std::string part = filter.substr(pos, bar == std::string::npos ? std::string::npos : bar - pos);
+    if (description && !part.empty()) out += (out.empty() ? "" : ";;") + part;
+    description = !description;
+    if (bar == std::string::npos) break;
+    pos = bar + 1;
+  }
+  return out;
+}
+
+std::string QtDialogs::open_file(const FileDialogRequest& req) {
+  if (!have_widgets()) return "";
+  QString filter = QString::fromStdString(qt_filter(req.filter));
+  QString start = QString::fromStdString(req.start_name);
+  if (!req.multi_select) return QFileDialog::getOpenFileName(parent(), QString(), start, filter).toStdString();
+  QStringList files = QFileDialog::getOpenFileNames(parent(), QString(), start, filter);
+  if (files.isEmpty()) return "";
+  if (files.size() == 1) return files.front().toStdString();
+  // Several files: the folder, then each name, separated by zero characters.
+  std::string out = QFileInfo(files.front()).absolutePath().toStdString();
+  for (const QString& f : files) {
+    out.push_back('\0');
+    out += QFileInfo(f).fileName().toStdString();
+  }
+  return out;
+}
+
+std::string QtDialogs::save_file(const FileDialogRequest& req) {
+  if (!have_widgets()) return "";
+  QFileDialog::Options opts;
+  if (!req.overwrite_prompt) opts |= QFileDialog::DontConfirmOverwrite;
+  return QFileDialog::getSaveFileName(parent(), QString(), QString::fromStdString(req.start_name),
+                                      QString::fromStdString(qt_filter(req.filter)), nullptr, opts)
+      .toStdString();
+}
+
+BoxAnswer QtDialogs::message_box(const std::string& text, BoxButtons buttons) {
+  bool yes_no = buttons == BoxButtons::YesNoDefaultNo;
+  if (!have_widgets()) return yes_no ? BoxAnswer::No : BoxAnswer::Ok;
+  QString t = QString::fromStdString(text);
+  if (!yes_no) {
+    QMessageBox::information(parent(), "Brivel", t);
+    return BoxAnswer::Ok;
+  }
+  auto r = QMessageBox::question(parent(), "Brivel", t, QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+  return r == QMessageBox::Yes ? BoxAnswer::Yes : BoxAnswer::No;
+}
+
+std::optional<std::string> QtDialogs::input_box(const std::string& prompt, const std::string& def) {
+  if (!have_widgets()) return std::nullopt;
+  bool ok = false;
+  QString r = QInputDialog::getText(parent(), "Brivel", QString::fromStdString(prompt), QLineEdit::Normal,
+                                    QString::fromStdString(def), &ok);
+  if (!ok) return std::nullopt;
+  return r.toStdString();
+}
+
+}  // namespace brivel

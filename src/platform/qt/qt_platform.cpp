@@ -1,0 +1,143 @@
+#include "platform/qt/qt_platform.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QCursor>
+#include <QDesktopServices>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QTime>
+#include <QTimer>
+#include <QUrl>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+
+#include "platform/qt/port_table.h"
+#include "platform/qt/qt_devices.h"
+#include "platform/qt/qt_dialogs.h"
+#include "platform/qt/qt_serial.h"
+
+namespace brivel {
+
+struct QtPlatform::Impl {
+  QElapsedTimer clock;
+  QTimer wake;  // ends a blocking turn at its wake limit
+  QtSerialPort serial;
+  QtDevices devices;
+  QtDialogs real_dialogs;
+  Dialogs* dialogs = nullptr;
+  struct Timer {
+    std::unique_ptr<QTimer> timer;
+    std::function<void()> fn;
+    bool running = false;
+  };
+  std::map<int, Timer> timers;
+  int next_timer = 1;
+  bool busy = false;
+};
+
+QtPlatform::QtPlatform() : d_(std::make_unique<Impl>()) {
+  d_->clock.start();
+  d_->wake.setSingleShot(true);
+  d_->dialogs = &d_->real_dialogs;
+}
+
+QtPlatform::~QtPlatform() = default;
+
+void QtPlatform::set_ports_folder(const std::string& folder) {
+  d_->serial.set_ports_folder(folder);
+  d_->devices.set_ports_folder(folder);
+}
+
+void QtPlatform::set_dialogs(Dialogs* dialogs) { d_->dialogs = dialogs ? dialogs : &d_->real_dialogs; }
+
+void QtPlatform::turn(int wake_within_ms) {
+  if (wake_within_ms == 0) {
+    QCoreApplication::processEvents(QEventLoop::AllEvents);
+    return;
+  }
+  // Block until something happens (a reply byte, a timer, a click), but no
+  // longer than the caller's deadline: a run costs no CPU while it waits.
+  if (wake_within_ms > 0) d_->wake.start(wake_within_ms);
+  QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  d_->wake.stop();
+}
+
+int32_t QtPlatform::tick_ms() { return static_cast<int32_t>(d_->clock.elapsed()); }
+
+SerialPort& QtPlatform::serial() { return d_->serial; }
+DeviceNotifier& QtPlatform::devices() { return d_->devices; }
+Dialogs& QtPlatform::dialogs() { return *d_->dialogs; }
+
+int QtPlatform::add_timer(int interval_ms, std::function<void()> on_tick) {
+  int id = d_->next_timer++;
+  auto& t = d_->timers[id];
+  t.timer = std::make_unique<QTimer>();
+  t.fn = std::move(on_tick);
+  QObject::connect(t.timer.get(), &QTimer::timeout, [this, id] {
+    auto it = d_->timers.find(id);
+    // A handler still on the stack (waiting inside) is not entered again.
+    if (it == d_->timers.end() || it->second.running) return;
+    it->second.running = true;
+    auto fn = it->second.fn;
+    fn();
+    it = d_->timers.find(id);
+    if (it != d_->timers.end()) it->second.running = false;
+  });
+  t.timer->start(interval_ms);
+  return id;
+}
+
+void QtPlatform::remove_timer(int id) {
+  auto it = d_->timers.find(id);
+  if (it == d_->timers.end()) return;
+  it->second.timer->stop();
+  // The timer may be removed from inside its own handler: delete it later.
+  it->second.timer.release()->deleteLater();
+  d_->timers.erase(it);
+}
+
+int QtPlatform::time_of_day_s() { return QTime::currentTime().msecsSinceStartOfDay() / 1000; }
+
+void QtPlatform::set_busy(bool busy) {
+  if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()) || busy == d_->busy) return;
+  d_->busy = busy;
+  if (busy)
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+  else
+    QGuiApplication::restoreOverrideCursor();
+}
+
+bool QtPlatform::open_document(const std::string& path_or_url) {
+  QUrl url = QUrl::fromUserInput(QString::fromStdString(path_or_url), QDir::currentPath());
+  return QDesktopServices::openUrl(url);
+}
+
+bool QtPlatform::start_command_file(const std::string& path) {
+  QString p = QString::fromStdString(path);
+  if (QProcess::startDetached("x-terminal-emulator", {"-e", "sh", p})) return true;
+  return QProcess::startDetached("sh", {p});
+}
+
+void QtPlatform::end_processes(const std::string&) {
+  for (pid_t pid : processes_of_image("/proc", "/proc/self/exe", getuid(), getpid())) kill(pid, SIGTERM);
+  std::fflush(nullptr);
+  _exit(0);
+}
+
+void QtPlatform::terminate_now() {
+  std::fflush(nullptr);
+  std::_Exit(1);
+}
+
+std::optional<std::string> QtPlatform::env(const std::string& name) {
+  if (!qEnvironmentVariableIsSet(name.c_str())) return std::nullopt;
+  return qEnvironmentVariable(name.c_str()).toStdString();
+}
+
+}  // namespace brivel

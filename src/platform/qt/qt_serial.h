@@ -1,0 +1,52 @@
+// The serial port on QSerialPort, with the receive-event behaviour of the
+// older serial controls (see ReceiveBuffer). The receive handler runs only
+// while the Qt event loop processes events, that is inside a turn.
+#pragma once
+
+#include <QObject>
+#include <QSerialPort>
+#include <functional>
+#include <string>
+
+#include "platform/platform.h"
+#include "platform/receive_buffer.h"
+
+namespace brivel {
+
+class QtSerialPort : public SerialPort {
+ public:
+  QtSerialPort();
+  ~QtSerialPort() override;
+
+  void set_ports_folder(const std::string& folder) { ports_folder_ = folder; }
+
+  bool set_port_number(int n) override;
+  int port_number() const override { return number_; }
+  bool open() override;
+  void close() override;
+  bool is_open() const override { return port_.isOpen(); }
+  void set_settings(std::string_view settings) override;
+  void set_dtr(bool on) override;
+  void set_rts(bool on) override;
+  void set_rthreshold(int n) override;
+  void set_input_len(int n) override { buffer_.set_input_len(n); }
+  bool write(std::string_view bytes) override;
+  std::string input() override;
+  int in_buffer_count() const override { return buffer_.count(); }
+  void set_on_comm(std::function<void(int)> handler) override { on_comm_ = std::move(handler); }
+
+ private:
+  void on_ready_read();
+  void dispatch();
+  void schedule_dispatch();
+
+  QObject context_;  // owner of the queued dispatches
+  QSerialPort port_;
+  ReceiveBuffer buffer_;
+  std::function<void(int)> on_comm_;
+  std::string ports_folder_;
+  int number_ = 1;
+  bool dispatch_queued_ = false;
+};
+
+}  // namespace brivel
