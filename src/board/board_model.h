@@ -90,8 +90,14 @@ class BoardModel {
   std::array<uint8_t, 1024>& eeprom() { return eeprom_; }
 
  private:
-  struct Impl;
-  // Implementation state lives in board_model.cpp.
+  void handle_line(const std::string& line, int64_t now, std::vector<BoardOutput>& out);
+  void handle_frame(const std::string& code, int value, int64_t now, std::vector<BoardOutput>& out);
+  // Queues a reply `duration_ms` after the board is free, and keeps it busy.
+  void reply_after(int64_t now, int64_t duration_ms, const std::string& bytes, std::vector<BoardOutput>& out);
+  void log(int64_t at, char dir, std::string text) { log_.push_back({at, dir, std::move(text)}); }
+  const FaultRule* fault_for(const std::string& code);
+  int64_t duration(double steps, const char* step_param) const;
+
   BoardOptions options_;
   std::vector<Hole> holes_;
   std::vector<BoardLogEntry> log_;
@@ -107,9 +113,10 @@ class BoardModel {
   int on_refused_ = 0;
   int64_t busy_until_ = 0;     // the board answers one command at a time
   int eeprom_address_ = 0;
-  // A counted reply ("D" then five characters) waits for the program's
-  // bare line feed, and the dialogue's closing line feed is taken after it.
+  // A counted reply waits for the program's bare line feed; after the
+  // dialogue of a "D" (and after an EEPROM read) the board takes one more.
   std::optional<std::string> held_count_;
+  bool held_needs_closing_lf_ = false;
   bool awaiting_closing_lf_ = false;
 };
 

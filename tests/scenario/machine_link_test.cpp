@@ -1,0 +1,121 @@
+// The console and the board model on the simulated line: connection,
+// parameter push, one hole, and the faults that the board can be told to
+// make.
+#include <gtest/gtest.h>
+
+#include "console/pages.h"
+#include "core/cp1252.h"
+#include "run/motion/motion.h"
+#include "support/sim_console.h"
+
+namespace brivel::test {
+namespace {
+
+BoardOptions script(const char* text) {
+  std::string error;
+  auto o = parse_fault_script(text, &error);
+  EXPECT_TRUE(o.has_value()) << error;
+  return o.value_or(BoardOptions{});
+}
+
+TEST(MachineLink, ConnectionResetsTheBoardAndPushesTheConsoleValues) {
+  SimConsole sc;
+  sc.m.VitesseX.set_text("4000");
+  sc.m.valid_pwm.set_value(1);
+  ASSERT_TRUE(sc.connect(10));
+  EXPECT_EQ(sc.board.resets(), 1);
+  const auto& params = sc.board.parameters();
+  EXPECT_EQ(params.at("PX"), 4000);
+  EXPECT_EQ(params.at("PY"), 7500);
+  EXPECT_EQ(params.at("OX"), 220);
+  EXPECT_EQ(params.at("IZ"), 2);
+  EXPECT_EQ(params.at("MZ"), 12);
+  EXPECT_EQ(params.at("PW"), 20);
+  EXPECT_GE(sc.frames().front().at_ms, 900) << "the board needs its start-up time";
+}
+
+TEST(MachineLink, LiveFrameReachesTheBoard) {
+  SimConsole sc;
+  fenetre_moteurs_Click(sc.c);
+  ASSERT_TRUE(sc.connect(10));
+  sc.m.TempoZ.set_text("7");
+  EXPECT_EQ(sc.board.parameters().at("IZ"), 7);
+}
+
+TEST(MachineLink, OneHoleIsRecordedWhereTheCountersSay) {
+  SimConsole sc;
+  ASSERT_TRUE(sc.connect(10));
+  sc.m.Demipas.set_value(0);
+  sc.m.NbpasY.set_text("10");
+  sc.m.nb_PasY.set_text(" 72");
+  sc.s.sens_X = true;
+  sc.m.nb_PasX.set_text("1200");
+  sc.s.perforation_lancee = true;
+  debut_travail(sc.c);
+  deplace_Y(sc.c);
+  deplace_X(sc.c);
+  cycle_Z(sc.c);
+  fin_travail(sc.c);
+  EXPECT_EQ(sc.s.etat_pause, 0) << sc.m.Label_defautP.text();
+  ASSERT_EQ(sc.board.holes().size(), 1u);
+  EXPECT_EQ(sc.board.holes()[0].y_steps, 720);
+  EXPECT_EQ(sc.s.compteur_X, 1200);
+  EXPECT_EQ(sc.s.compteur_Y, 72);
+  EXPECT_EQ(sc.s.compteur_trous, 1);
+}
+
+TEST(MachineLink, LargeLossOfStepsSuspendsWithTheCount) {
+  SimConsole sc(script("D MX 1 40"));
+  ASSERT_TRUE(sc.connect(10));
+  sc.s.sens_X = true;
+  sc.m.Demipas.set_value(0);
+  sc.m.nb_PasX.set_text("600");
+  debut_travail(sc.c);
+  deplace_X(sc.c);
+  EXPECT_EQ(sc.m.Label_defautP.text(), "Perte d'origine :  40 pas - Contexte sauvegardé");
+  EXPECT_EQ(sc.s.etat_pause, 1);
+  EXPECT_EQ(sc.m.Text10.text(), "00040");
+  // The board took its closing line feed: the next move is answered.
+  sc.s.etat_pause = 0;
+  deplace_X(sc.c);
+  EXPECT_EQ(sc.s.etat_pause, 0) << sc.m.Label_defautP.text();
+}
+
+TEST(MachineLink, SilentPunchTripsTheWatchdogAndLeavesAReport) {
+  SimConsole sc(script("silence CZ 1"));
+  ASSERT_TRUE(sc.connect(10));
+  sc.s.perforation_lancee = true;
+  debut_travail(sc.c);
+  cycle_Z(sc.c);
+  EXPECT_EQ(sc.m.Label_defaut.text(), "Non réponse poinçon");
+  EXPECT_EQ(sc.m.Label_defautP.text(), "Non réponse poinçon - Contexte sauvegardé");
+  EXPECT_EQ(sc.m.Command12.text(), "Continuer");
+  EXPECT_FALSE(sc.read_file("Perfo_en_cours.sav").empty());
+  const std::string report = cp1252_to_utf8(sc.read_file("Perfo_en_cours.trafic.txt"));
+  EXPECT_NE(report.find("> CZxxxxx<LF>"), std::string::npos);
+}
+
+TEST(MachineLink, SilentFeedTimesOutInsteadOfHanging) {
+  SimConsole sc(script("silence MY 1"));
+  ASSERT_TRUE(sc.connect(10));
+  sc.m.nb_PasY.set_text("3");
+  debut_travail(sc.c);
+  const int64_t t = sc.p.now();
+  deplace_Y(sc.c);
+  EXPECT_LT(sc.p.now() - t, 60000);
+  EXPECT_EQ(sc.m.Label_defautP.text(), "Pas de réponse de la machine - Contexte sauvegardé");
+  EXPECT_EQ(sc.s.etat_pause, 1);
+}
+
+TEST(MachineLink, PunchNotAtRestOnTheFeed) {
+  SimConsole sc(script("B MY 1"));
+  ASSERT_TRUE(sc.connect(10));
+  sc.m.nb_PasY.set_text("3");
+  debut_travail(sc.c);
+  deplace_Y(sc.c);
+  EXPECT_EQ(sc.m.Label_defaut.text(), "Erreur repos poinçon");
+  EXPECT_EQ(sc.s.compteur_Y, 3);
+}
+
+}  // namespace
+}  // namespace brivel::test
