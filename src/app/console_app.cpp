@@ -9,6 +9,7 @@
 #include "link/link.h"
 #include "persistence/files/context_file.h"
 #include "run/motion/motion.h"
+#include "tools/manual_control.h"
 
 namespace brivel {
 
@@ -22,6 +23,7 @@ ConsoleApp::ConsoleApp(Platform& platform, ConsoleOptions options) : p(platform)
   install_motion(c);
   install_geometry(c);
   install_import(c);
+  install_manual_control(c);
   m.quitter.handler = [this] { quitter_Click(); };
   m.Sauve_contexte.handler = [this] { Sauve_contexte_Click(c); };
   m.nb_trou.handler = [this] {

@@ -1,0 +1,190 @@
+#include "app/script_runner.h"
+
+#include <cstdlib>
+#include <ostream>
+#include <regex>
+#include <sstream>
+
+#include "core/app_paths.h"
+#include "core/event_loop.h"
+
+namespace brivel {
+
+namespace {
+
+ScriptResult error(std::string why) { return {ScriptStatus::ScriptError, 0, std::move(why), false}; }
+ScriptResult failure(std::string why) { return {ScriptStatus::Failed, 0, std::move(why), false}; }
+
+// Splits "WORD rest of line" once.
+std::pair<std::string, std::string> head(const std::string& s) {
+  std::size_t b = s.find_first_not_of(' ');
+  if (b == std::string::npos) return {"", ""};
+  std::size_t e = s.find(' ', b);
+  if (e == std::string::npos) return {s.substr(b), ""};
+  return {s.substr(b, e - b), s.substr(e + 1)};
+}
+
+bool is_number(const std::string& s) {
+  char* end = nullptr;
+  std::strtod(s.c_str(), &end);
+  return !s.empty() && *end == '\0';
+}
+
+}  // namespace
+
+std::string script_value(const Element& e) {
+  switch (e.kind()) {
+    case Kind::CheckBox:
+    case Kind::OptionButton:
+    case Kind::Gauge:
+      return std::to_string(e.value());
+    case Kind::Lamp:
+      return std::to_string(e.color());
+    default:
+      return e.text();
+  }
+}
+
+ScriptResult ScriptRunner::run(const std::string& script) {
+  std::istringstream in(script);
+  std::string line;
+  int number = 0;
+  while (std::getline(in, line)) {
+    ++number;
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    auto [word, rest] = head(line);
+    if (word.empty() || word[0] == '#') continue;
+    ScriptResult r = step(line);
+    if (r.status != ScriptStatus::Ok || r.quit) {
+      r.line = number;
+      if (r.status != ScriptStatus::Ok) r.message = "ligne " + std::to_string(number) + " : " + line + "\n  " + r.message;
+      return r;
+    }
+  }
+  return {};
+}
+
+ScriptResult ScriptRunner::step(const std::string& line) {
+  auto [cmd, rest] = head(line);
+  Model& m = app_.m;
+  auto field = [&](const std::string& name) -> Element* { return m.find(name); };
+
+  if (cmd == "set") {
+    auto [name, text] = head(rest);
+    Element* e = field(name);
+    if (!e) return error("champ inconnu : " + name);
+    if (e->kind() != Kind::TextField) return error(name + " n'est pas un champ de saisie");
+    if (!e->enabled()) return failure(name + " est désactivé");
+    e->set_text(text);
+    return {};
+  }
+  if (cmd == "check") {
+    auto [name, v] = head(rest);
+    Element* e = field(name);
+    if (!e) return error("champ inconnu : " + name);
+    if (e->kind() != Kind::CheckBox || (v != "0" && v != "1" && v != "2")) return error("check CASE 0|1|2");
+    if (!e->enabled()) return failure(name + " est désactivée");
+    e->set_value(std::atoi(v.c_str()));
+    return {};
+  }
+  if (cmd == "click") {
+    Element* e = field(rest);
+    if (!e) return error("élément inconnu : " + rest);
+    if (!e->operator_click()) return failure(rest + " ne peut pas être cliqué (désactivé ou caché)");
+    return {};
+  }
+  if (cmd == "select") {
+    auto [name, row] = head(rest);
+    Element* e = field(name);
+    if (!e || e->kind() != Kind::List) return error("liste inconnue : " + name);
+    const auto& rows = e->rows();
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      if (rows[i] == row) {
+        e->set_selected(static_cast<int>(i));
+        e->click();
+        return {};
+      }
+    }
+    return failure(name + " n'a pas de ligne « " + row + " »");
+  }
+  if (cmd == "answer") {
+    auto [kind, arg] = head(rest);
+    if (kind == "open") {
+      std::vector<std::string> paths;
+      std::istringstream words(arg);
+      for (std::string p; words >> p;) paths.push_back(p);
+      if (paths.empty()) return error("answer open CHEMIN...");
+      if (paths.size() == 1) {
+        dialogs_.open_answers.push_back(paths[0]);
+      } else {
+        // A multiple selection: the folder, then the names, '\0' between.
+        std::string folder = paths[0].substr(0, paths[0].rfind(kSep));
+        std::string answer = folder;
+        for (const auto& p : paths) {
+          answer.push_back('\0');
+          answer += p.substr(p.rfind(kSep) + 1);
+        }
+        dialogs_.open_answers.push_back(answer);
+      }
+    } else if (kind == "save") {
+      dialogs_.save_answers.push_back(arg);
+    } else if (kind == "yes" || kind == "no" || kind == "ok") {
+      dialogs_.box_answers.push_back(kind == "yes" ? BoxAnswer::Yes : kind == "no" ? BoxAnswer::No : BoxAnswer::Ok);
+    } else if (kind == "input") {
+      dialogs_.input_answers.push_back(arg);
+    } else {
+      return error("answer open|save|yes|no|ok|input");
+    }
+    return {};
+  }
+  if (cmd == "wait" || cmd == "expect") {
+    auto [name, after] = head(rest);
+    Element* e = field(name);
+    if (!e) return error("champ inconnu : " + name);
+    auto [op, text] = head(after);
+    if (op != "=" && !(op == "~" && cmd == "wait")) return error(cmd + " CHAMP = TEXTE");
+    double seconds = 10;
+    if (cmd == "wait") {
+      std::size_t last = text.rfind(' ');
+      if (last != std::string::npos && is_number(text.substr(last + 1))) {
+        seconds = std::strtod(text.substr(last + 1).c_str(), nullptr);
+        text = text.substr(0, last);
+      }
+    }
+    std::regex re;
+    if (op == "~") {
+      try {
+        re = std::regex(text);
+      } catch (const std::regex_error&) {
+        return error("expression illisible : " + text);
+      }
+    }
+    auto holds = [&] { return op == "=" ? script_value(*e) == text : std::regex_match(script_value(*e), re); };
+    if (cmd == "wait") {
+      const int32_t start = app_.p.tick_ms();
+      while (!holds() && app_.p.tick_ms() - start < seconds * 1000) app_.p.turn(50);
+    }
+    if (!holds()) return failure("attendu " + name + " " + op + " « " + text + " », lu « " + script_value(*e) + " »");
+    return {};
+  }
+  if (cmd == "pause") {
+    if (!is_number(rest)) return error("pause MS");
+    attente_ms(app_.p, std::strtod(rest.c_str(), nullptr));
+    return {};
+  }
+  if (cmd == "print") {
+    Element* e = field(rest);
+    if (!e) return error("champ inconnu : " + rest);
+    out_ << rest << "=" << script_value(*e) << std::endl;
+    return {};
+  }
+  if (cmd == "quit") {
+    ScriptResult r;
+    r.quit = true;
+    app_.quitter_Click();
+    return r;
+  }
+  return error("commande inconnue : " + cmd);
+}
+
+}  // namespace brivel
