@@ -3,18 +3,21 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <sstream>
+
+#include "board/board_timing.h"
 
 namespace brivel {
 
 namespace {
 
-// Power-on values of the firmware's parameters, before any push.
-const std::map<std::string, int> kPowerOn = {{"PX", 5000}, {"PY", 7500}, {"OX", 0}, {"IZ", 2}, {"MZ", 12}};
+// The firmware's values at power-on, before the program pushes its own.
+// "CP" 0: single-sensor mode; no "PW": the X motor isn't chopped.
+const std::map<std::string, int> kPowerOn = {{"PX", 5000}, {"PY", 7500}, {"OX", 0},
+                                             {"IZ", 2},    {"MZ", 12},   {"CP", 0}};
 
-bool all_digits(const std::string& s) {
-  return !s.empty() && std::all_of(s.begin(), s.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
+bool is_x_move(const std::string& c) { return c == "MX" || c == "mX" || c == "Mx" || c == "mx"; }
+bool is_origin(const std::string& c) { return c == "OR" || c == "oR"; }
+bool is_punch(const std::string& c) { return c == "CZ" || c == "cZ"; }
 
 std::string five_digits(int64_t v) {
   char buf[16];
@@ -22,49 +25,20 @@ std::string five_digits(int64_t v) {
   return buf;
 }
 
-}  // namespace
-
-std::optional<BoardOptions> parse_fault_script(std::string_view text, std::string* error) {
-  BoardOptions o;
-  std::istringstream in{std::string(text)};
-  std::string line;
-  int number = 0;
-  while (std::getline(in, line)) {
-    ++number;
-    if (auto hash = line.find('#'); hash != std::string::npos) line.erase(hash);
-    std::istringstream words(line);
-    std::string kind, code;
-    if (!(words >> kind)) continue;
-    auto fail = [&] {
-      if (error) *error = "ligne " + std::to_string(number) + " : " + line;
-      return std::nullopt;
-    };
-    int nth = 0;
-    if (!(words >> code >> nth) || code.size() != 2 || nth < 1) return fail();
-    FaultRule r;
-    r.code = code;
-    r.nth = nth;
-    if (kind == "B") {
-      r.kind = FaultRule::Kind::ReplyB;
-    } else if (kind == "C") {
-      r.kind = FaultRule::Kind::ReplyC;
-    } else if (kind == "D") {
-      r.kind = FaultRule::Kind::LoseSteps;
-      if (!(words >> r.lost_steps) || r.lost_steps < 0 || r.lost_steps > 99999) return fail();
-    } else if (kind == "silence") {
-      r.kind = FaultRule::Kind::Silence;
-    } else if (kind == "refuse" && code == "ON") {
-      o.refuse_on = nth;
-      continue;
-    } else {
-      return fail();
-    }
-    std::string extra;
-    if (words >> extra) return fail();
-    o.faults.push_back(r);
+std::string rule_text(const FaultRule& r) {
+  using K = FaultRule::Kind;
+  const std::string where = r.code + " " + std::to_string(r.nth);
+  switch (r.kind) {
+    case K::ReplyB: return "rule B " + where;
+    case K::ReplyC: return "rule C " + where;
+    case K::Silence: return "rule silence " + where;
+    case K::LoseSteps:
+      return r.lost_steps < 0 ? "rule A " + where : "rule D " + where + " " + std::to_string(r.lost_steps);
   }
-  return o;
+  return "rule";
 }
+
+}  // namespace
 
 BoardModel::BoardModel(BoardOptions options) : options_(std::move(options)), params_(kPowerOn) {}
 
@@ -76,146 +50,170 @@ void BoardModel::reset(int64_t now_ms) {
   ++resets_;
   params_ = kPowerOn;
   working_ = false;
-  pending_.clear();
-  held_count_.reset();
-  held_needs_closing_lf_ = awaiting_closing_lf_ = false;
+  lines_.clear();
+  dialogue_ = Dialogue::None;
+  held_.clear();
   busy_until_ = now_ms;
-  log(now_ms, '*', "reset");
+  note(now_ms, "reset");
+}
+
+int BoardModel::param(const char* code) const {
+  auto it = params_.find(code);
+  return it == params_.end() ? 0 : it->second;
 }
 
 std::vector<BoardOutput> BoardModel::receive(std::string_view bytes, int64_t now_ms) {
   std::vector<BoardOutput> out;
-  for (char ch : bytes) {
-    if (ch == '\n') {
-      std::string line;
-      line.swap(pending_);
-      handle_line(line, now_ms, out);
-    } else if (pending_.size() < 64) {  // a line that never ends is cut, not kept
-      pending_.push_back(ch);
-    }
-  }
+  for (const std::string& line : lines_.feed(bytes)) on_line(line, now_ms, out);
   return out;
 }
 
+int64_t BoardModel::send(int64_t now, int64_t after_ms, const std::string& bytes, std::vector<BoardOutput>& out) {
+  const int64_t at = std::max(now, busy_until_) + std::max<int64_t>(1, after_ms);
+  busy_until_ = at;
+  out.push_back({at, bytes});
+  log_.push_back({at, '<', bytes});
+  return at;
+}
+
 const FaultRule* BoardModel::fault_for(const std::string& code) {
-  int n = ++frame_counts_[code];
+  const int n = ++frame_counts_[code];
   for (const FaultRule& r : options_.faults)
     if (r.code == code && r.nth == n) return &r;
   return nullptr;
 }
 
-int64_t BoardModel::duration(double steps, const char* step_param) const {
-  if (options_.instant) return 1;
-  auto it = params_.find(step_param);
-  double us = it == params_.end() ? 0 : it->second;
-  return std::max<int64_t>(1, static_cast<int64_t>(steps * us / 1000.0));
-}
-
-void BoardModel::reply_after(int64_t now, int64_t duration_ms, const std::string& bytes,
-                             std::vector<BoardOutput>& out) {
-  int64_t at = std::max(now, busy_until_) + std::max<int64_t>(1, duration_ms);
-  busy_until_ = at;
-  if (bytes.empty()) return;  // silence: the time passes all the same
-  out.push_back({at, bytes});
-  log(at, '<', bytes);
-}
-
-void BoardModel::handle_line(const std::string& line, int64_t now, std::vector<BoardOutput>& out) {
-  log(now, '>', line + "\n");
-  if (line.empty()) {
-    // The bare line feed of a dialogue.
-    if (held_count_) {
-      std::string count = *held_count_;
-      held_count_.reset();
-      awaiting_closing_lf_ = held_needs_closing_lf_;
-      reply_after(now, 1, count, out);
-    } else {
-      awaiting_closing_lf_ = false;  // the closing one, or a stray one
-    }
-    return;
+void BoardModel::on_line(const std::string& line, int64_t now, std::vector<BoardOutput>& out) {
+  log_.push_back({now, '>', line + "\n"});
+  if (is_bare_line_feed(line)) return on_bare_lf(now, out);
+  auto frame = parse_frame(line);
+  if (!frame) return;  // noise on the line: the board waits for the next line feed
+  if (dialogue_ != Dialogue::None) {
+    // The program went on without its line feed (it was restarted, or lost
+    // a reply): the board forgets the dialogue rather than answer late.
+    note(now, "dialogue dropped");
+    dialogue_ = Dialogue::None;
+    held_.clear();
   }
-  awaiting_closing_lf_ = false;
-  if (line.size() != 7) return;  // not a frame: dropped
-  std::string code = line.substr(0, 2), field = line.substr(2);
-  int value = all_digits(field) ? std::atoi(field.c_str()) : -1;
-  if (value < 0 && field != "xxxxx") return;
-  handle_frame(code, value, now, out);
+  on_frame(frame->code, frame->value, now, out);
 }
 
-void BoardModel::handle_frame(const std::string& code, int value, int64_t now, std::vector<BoardOutput>& out) {
-  const FaultRule* fault = fault_for(code);
-  auto reply = [&](int64_t dur, const std::string& normal) {
-    if (fault && fault->kind == FaultRule::Kind::Silence) return reply_after(now, dur, "", out);
-    if (fault && fault->kind == FaultRule::Kind::ReplyB) return reply_after(now, dur, "B", out);
-    if (fault && fault->kind == FaultRule::Kind::ReplyC) return reply_after(now, dur, "C", out);
-    reply_after(now, dur, normal, out);
-  };
+void BoardModel::on_bare_lf(int64_t now, std::vector<BoardOutput>& out) {
+  switch (dialogue_) {
+    case Dialogue::CountOnLf:
+      send(now, 1, held_, out);
+      held_.clear();
+      dialogue_ = held_closing_lf_ ? Dialogue::ClosingLf : Dialogue::None;
+      break;
+    case Dialogue::ClosingLf:
+    case Dialogue::ReadLf:
+      dialogue_ = Dialogue::None;
+      break;
+    case Dialogue::None:
+      break;  // a stray line feed changes nothing
+  }
+}
 
+int64_t BoardModel::work_ms(const std::string& code, int value) const {
+  if (options_.instant) return 1;
+  if (is_x_move(code)) return steps_duration_ms(value, param("PX"));
+  if (code == "MY") return steps_duration_ms(value, param("PY"));
+  if (is_origin(code)) return origin_search_ms(x_, param("OX"), param("PX"));
+  if (is_punch(code)) return punch_cycle_ms(param("IZ"), param("MZ"));
+  return 1;
+}
+
+BoardModel::Answer BoardModel::carry_out(const std::string& code, int value, int lost_steps) {
+  Answer a;
+  a.after_ms = work_ms(code, value);
   if (code == "PX" || code == "PY" || code == "OX" || code == "IZ" || code == "MZ" || code == "PW") {
     params_[code] = value;
   } else if (code == "Pw") {
     params_.erase("PW");
   } else if (code == "CP" || code == "cp") {
     params_["CP"] = code == "CP" ? 1 : 0;
-  } else if (code == "AG") {
-    working_ = true;
-  } else if (code == "ZG") {
-    working_ = false;
-  } else if (code == "ZX") {
-    busy_until_ = now;
-    held_count_.reset();
-  } else if (code == "MX" || code == "mX" || code == "Mx" || code == "mx") {
-    // X counts in the unit of its code: full steps, or half steps with "mX"/"mx".
-    int sign = code[1] == 'X' ? 1 : -1;
-    int lost = fault && fault->kind == FaultRule::Kind::LoseSteps ? std::min(fault->lost_steps, value) : 0;
-    if (!(fault && fault->kind == FaultRule::Kind::ReplyB)) x_ += sign * (value - lost);
-    if (fault && fault->kind == FaultRule::Kind::LoseSteps) {
-      held_count_ = five_digits(fault->lost_steps);
-      held_needs_closing_lf_ = true;
-      reply_after(now, duration(value, "PX"), "D", out);
-    } else {
-      reply(duration(value, "PX"), "A");
-    }
+  } else if (code == "AG" || code == "ZG") {
+    working_ = code == "AG";
+  } else if (is_x_move(code)) {
+    const int done = value - std::min(lost_steps, value);
+    x_ += code[1] == 'X' ? done : -done;
+    a.bytes = "A";
   } else if (code == "MY") {
-    if (!(fault && fault->kind == FaultRule::Kind::ReplyB)) y_ += value;
-    reply(duration(value, "PY"), "A");
-  } else if (code == "CZ" || code == "cZ") {
-    int64_t cycle = options_.instant ? 1 : std::max(1, params_["IZ"] + params_["MZ"]);
-    bool fine = !fault || fault->kind == FaultRule::Kind::LoseSteps;
-    reply(cycle, "A");
-    if (fine) {
-      holes_.push_back({x_, y_, busy_until_});
-      log(busy_until_, '*', "X=" + std::to_string(x_) + " Y=" + std::to_string(y_));
-    }
-  } else if (code == "OR" || code == "oR") {
-    // The head runs back to its switch; the board tells how far it went.
-    int64_t travelled = std::abs(static_cast<int64_t>(x_));
-    if (fault && fault->kind != FaultRule::Kind::LoseSteps) {
-      reply(duration(static_cast<double>(travelled), "PX"), "A");
-    } else {
-      held_count_ = five_digits(travelled);
-      held_needs_closing_lf_ = true;
-      reply_after(now, duration(static_cast<double>(travelled), "PX"), "D", out);
-    }
-    x_ = params_["OX"];
+    y_ += value - std::min(lost_steps, value);
+    a.bytes = "A";
+  } else if (is_punch(code)) {
+    a.bytes = "A";
+    a.hole = true;
+  } else if (is_origin(code)) {
+    a.bytes = "D";
+    a.held = five_digits(std::llabs(static_cast<int64_t>(x_)));
+    a.closing_lf = true;
+    x_ = param("OX");
   } else if (code == "ON") {
-    bool refuse = on_refused_ < options_.refuse_on;
+    const bool refuse = on_refused_ < options_.refuse_on;
     if (refuse) ++on_refused_;
-    reply(1, refuse ? "B" : "A");
+    a.bytes = refuse ? "B" : "A";
   } else if (code == "VD") {
     std::string s;
-    for (bool b : sensors_) s.push_back(b ? 'O' : '-');
-    held_count_ = s;
-    held_needs_closing_lf_ = false;
+    for (bool unmasked : sensors_) s.push_back(unmasked ? 'O' : '-');
+    a.held = s;
   } else if (code == "rd") {
     eeprom_address_ = value % static_cast<int>(eeprom_.size());
-    reply(1, std::string(1, static_cast<char>(eeprom_[eeprom_address_])));
-    awaiting_closing_lf_ = true;
+    a.bytes = std::string(1, static_cast<char>(eeprom_[eeprom_address_]));
+    a.read_lf = true;
   } else if (code == "wr") {
     eeprom_[eeprom_address_] = static_cast<uint8_t>(value & 0xFF);
-    reply(1, "A");
+    a.bytes = "A";
   }
-  // "NU" and unknown codes: nothing to do, no reply.
+  // "ZX" is handled by the caller, which knows the time; "NU" and codes this firmware doesn't know: nothing, no reply.
+  return a;
+}
+
+void BoardModel::on_frame(const std::string& code, std::optional<int> value, int64_t now,
+                          std::vector<BoardOutput>& out) {
+  using K = FaultRule::Kind;
+  const FaultRule* rule = fault_for(code);
+  const int v = value.value_or(0);
+  if (rule) note(now, rule_text(*rule));
+  if (rule && rule->kind == K::Silence) return;
+  if (rule && rule->kind == K::ReplyB) {
+    send(now, 1, "B", out);  // refused at once: the punch isn't at rest
+    return;
+  }
+  if (rule && rule->kind == K::ReplyC) {
+    send(now, work_ms(code, v), "C", out);  // tried, and failed
+    return;
+  }
+  const bool lose = rule && rule->kind == K::LoseSteps && rule->lost_steps >= 0;
+  const bool plain_a = rule && rule->kind == K::LoseSteps && rule->lost_steps < 0;
+  Answer a = carry_out(code, v, lose ? rule->lost_steps : 0);
+  if (code == "ZX") {
+    dialogue_ = Dialogue::None;
+    held_.clear();
+    busy_until_ = now;
+  }
+  if (plain_a) {
+    a.bytes = "A";
+    a.held.reset();
+  } else if (lose) {
+    a.bytes = "D";
+    a.held = five_digits(rule->lost_steps);
+    a.closing_lf = true;
+    a.hole = false;
+  }
+  int64_t at = now;
+  if (!a.bytes.empty()) at = send(now, a.after_ms, a.bytes, out);
+  if (a.hole && a.bytes == "A") {
+    holes_.push_back({x_, y_, at});
+    log_.push_back({at, '*', "X=" + std::to_string(x_) + " Y=" + std::to_string(y_)});
+  }
+  if (a.held) {
+    held_ = *a.held;
+    held_closing_lf_ = a.closing_lf;
+    dialogue_ = Dialogue::CountOnLf;
+  } else if (a.read_lf) {
+    dialogue_ = Dialogue::ReadLf;
+  }
 }
 
 }  // namespace brivel

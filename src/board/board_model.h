@@ -9,6 +9,28 @@
 // It knows no clock of its own: the caller gives the time of each input and
 // gets back each reply with the time at which it is to go out. The in-process
 // simulated platform and the pseudo-terminal simulator both drive it.
+//
+// What this firmware does where the protocol leaves it free:
+// - X counts in the unit of its code: one count per step the motor makes,
+//   full steps for "MX"/"Mx", half steps for "mX"/"mx", with no conversion,
+//   so that the hole positions read like the program's X counter in either
+//   mode. A step takes "PX" microseconds in both modes.
+// - "ORxxxxx"/"oRxxxxx": the head runs back to its switch and out to the
+//   card's edge; X is then the "OX" value. The reply is "D" and, after the
+//   bare line feed, the distance to the switch in five digits (what the
+//   program shows after "RAZ").
+// - Times: instant mode answers 1 ms after the frame (or after the previous
+//   reply). Realistic mode takes steps times "PX"/"PY" microseconds, the
+//   punch cycle "IZ" plus "MZ" milliseconds, the origin search its whole
+//   distance; everything else 1 ms.
+// - A number code with the field "xxxxx" reads it as 0; a fixed code ignores
+//   digits. Lines that are no frame (wrong length, sign, sixth digit) are
+//   logged and dropped; so are unknown codes. A frame that comes while a
+//   dialogue waits for its line feed ends that dialogue (logged).
+// - "rd": the address wraps at 1 KiB; "wr" stores the value's low byte at
+//   the address last read. The EEPROM starts filled with zeros.
+// - "ZXxxxxx" frees the board and drops a held count; replies already
+//   handed to the caller are the caller's.
 #pragma once
 
 #include <array>
@@ -19,6 +41,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "board/frame_reader.h"
 
 namespace brivel {
 
@@ -36,12 +60,20 @@ struct Hole {
 
 struct BoardLogEntry {
   int64_t at_ms = 0;
-  char dir = '>';        // '>' from the program, '<' from the board, '*' a hole
+  char dir = '>';        // '>' from the program, '<' from the board, '*' a hole,
+                         // '#' a note of the board ("reset", "rule B MY 2", ...)
   std::string text;      // the frame or reply bytes, or a hole "X=.. Y=.."
 };
 
-// What the n-th frame of a kind (1-based, counted since the board started)
-// gets instead of its normal reply.
+// What the n-th frame of a kind (1-based, counted since the model was made,
+// through firmware restarts) gets instead of its normal reply. "B" and "C"
+// and silence: the command is not carried out (no move, no hole, no write).
+// LoseSteps: the command is carried out, "D" goes back, then the count after
+// the program's bare line feed; an X or Y move falls short by the count, an
+// origin search reports the count in place of the distance it measured. A
+// LoseSteps rule with a negative count stands for a plain "A" (script verb
+// "A"): the work is done and no count follows, which for an origin search is
+// the reply without a measurement.
 struct FaultRule {
   std::string code;        // two-letter code ("MY", "MX", "CZ", "ON", ...)
   int nth = 1;             // which one of them
@@ -57,8 +89,9 @@ struct BoardOptions {
 
 // Parses a fault script, one rule per line:  "B MY 3", "C CZ 2",
 // "D MX 5 12" (12 steps lost on the 5th X move), "silence CZ 4",
-// "refuse ON 2"; "#" starts a comment. Empty on a syntax error, with the
-// line in `error`.
+// "refuse ON 2", "A OR 1"; "#" starts a comment. Verbs are read without
+// regard to case, codes with it. Empty on a syntax error, with a French
+// message naming the line in `error`.
 std::optional<BoardOptions> parse_fault_script(std::string_view text, std::string* error);
 
 class BoardModel {
@@ -80,6 +113,7 @@ class BoardModel {
   // "PW"); "CP" is 1 in two-sensor mode; "Pw" holds no entry once chopping is off.
   const std::map<std::string, int>& parameters() const { return params_; }
   bool in_working_sequence() const { return working_; }
+  // X in the unit of the frames (see above), 0 at the origin point.
   int32_t x_position() const { return x_; }
   int64_t y_position() const { return y_; }
   int resets() const { return resets_; }
@@ -90,13 +124,30 @@ class BoardModel {
   std::array<uint8_t, 1024>& eeprom() { return eeprom_; }
 
  private:
-  void handle_line(const std::string& line, int64_t now, std::vector<BoardOutput>& out);
-  void handle_frame(const std::string& code, int value, int64_t now, std::vector<BoardOutput>& out);
-  // Queues a reply `duration_ms` after the board is free, and keeps it busy.
-  void reply_after(int64_t now, int64_t duration_ms, const std::string& bytes, std::vector<BoardOutput>& out);
-  void log(int64_t at, char dir, std::string text) { log_.push_back({at, dir, std::move(text)}); }
+  // What a frame leads to, before the fault script has its say.
+  struct Answer {
+    int64_t after_ms = 1;              // time of the work, once the board is free
+    std::string bytes;                 // the single reply; empty: none
+    std::optional<std::string> held;   // five characters held back until the bare line feed
+    bool closing_lf = false;           // after the held count, one more line feed is taken
+    bool read_lf = false;              // an EEPROM read: the program's line feed follows
+    bool hole = false;                 // a punch cycle: a hole once "A" goes out
+  };
+  // The state of a dialogue that spans more than one line.
+  enum class Dialogue { None, CountOnLf, ClosingLf, ReadLf };
+
+  void on_line(const std::string& line, int64_t now, std::vector<BoardOutput>& out);
+  void on_bare_lf(int64_t now, std::vector<BoardOutput>& out);
+  void on_frame(const std::string& code, std::optional<int> value, int64_t now,
+                std::vector<BoardOutput>& out);
+  // Carries the command out and tells what a board without faults answers.
+  Answer carry_out(const std::string& code, int value, int lost_steps);
+  int64_t work_ms(const std::string& code, int value) const;
+  // Queues `bytes` `after_ms` after the board is free, and keeps it busy until then.
+  int64_t send(int64_t now, int64_t after_ms, const std::string& bytes, std::vector<BoardOutput>& out);
+  void note(int64_t at, std::string text) { log_.push_back({at, '#', std::move(text)}); }
   const FaultRule* fault_for(const std::string& code);
-  int64_t duration(double steps, const char* step_param) const;
+  int param(const char* code) const;
 
   BoardOptions options_;
   std::vector<Hole> holes_;
@@ -105,7 +156,7 @@ class BoardModel {
   std::map<std::string, int> frame_counts_;
   std::array<uint8_t, 1024> eeprom_{};
   std::array<bool, 5> sensors_{};
-  std::string pending_;        // bytes of a frame not yet complete
+  LineSplitter lines_;         // bytes of a line not yet ended
   bool working_ = false;
   int32_t x_ = 0;
   int64_t y_ = 0;
@@ -113,11 +164,9 @@ class BoardModel {
   int on_refused_ = 0;
   int64_t busy_until_ = 0;     // the board answers one command at a time
   int eeprom_address_ = 0;
-  // A counted reply waits for the program's bare line feed; after the
-  // dialogue of a "D" (and after an EEPROM read) the board takes one more.
-  std::optional<std::string> held_count_;
-  bool held_needs_closing_lf_ = false;
-  bool awaiting_closing_lf_ = false;
+  Dialogue dialogue_ = Dialogue::None;
+  std::string held_;           // the count of a CountOnLf dialogue
+  bool held_closing_lf_ = false;
 };
 
 }  // namespace brivel

@@ -1,0 +1,49 @@
+// The simulator's loop: bytes from the pty go to the board model at the real
+// time they arrive (milliseconds since start, steady clock); replies go back
+// and log lines are written when their time has come.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <string>
+
+#include "board/board_model.h"
+#include "pty_link.h"
+
+namespace brivel::boardsim {
+
+class SimLoop {
+ public:
+  // `log` may be null. `signal_fd` is the read end of the pipe the signal
+  // handler writes to: 'T' ends the loop, 'U' restarts the firmware.
+  SimLoop(BoardModel& board, const PtyLink& pty, std::FILE* log, int signal_fd)
+      : board_(board), pty_(pty), log_(log), signal_fd_(signal_fd) {}
+
+  // Runs until a 'T' comes, or for `duration_ms` if it's above 0.
+  void run(int64_t duration_ms);
+
+ private:
+  struct Event {
+    bool write = false;     // bytes to the pty; else a log line
+    std::string bytes;
+    BoardLogEntry entry;
+  };
+  int64_t now_ms() const;
+  void take_new_log_entries();
+  void flush_due(int64_t now);
+  void write_log(const BoardLogEntry& e);
+  void write_reply(const std::string& bytes, int64_t now);
+  void read_pty();
+  bool read_signals();  // false when asked to stop
+
+  BoardModel& board_;
+  const PtyLink& pty_;
+  std::FILE* log_;
+  int signal_fd_;
+  int64_t start_ns_ = 0;
+  size_t logged_ = 0;                     // entries of board_.log() already queued
+  std::multimap<int64_t, Event> due_;     // by time; same time: in order of queueing
+};
+
+}  // namespace brivel::boardsim
