@@ -1,12 +1,477 @@
 #include "import/vertalen.h"
 
+#include <array>
+#include <vector>
+
+#include "core/cp1252.h"
+#include "core/numbers.h"
+
 namespace brivel {
 
-VertalenResult vertalen(std::string_view, std::string_view, const std::function<void(int64_t, int64_t)>&) {
-  VertalenResult r;
-  r.midi_erreur_code = 5;
-  r.midi_erreur_texte = "Midifile corrupt: header MThd not in file.";
-  return r;
+namespace {
+
+// Texts of the stops. Codes 1 to 7 are those of the converter the operator
+// knows; 8 and up are our refusals of files whose timing we can't read.
+constexpr const char* kEof = "*** Midifile corrupt, unexpected EOF.";
+constexpr const char* kDeltaTime = "Midifile corrupt, deltatime invalid format.";
+constexpr const char* kRunningStatus = "Midifile corrupt, running status error. ";
+constexpr const char* kNoMThd = "Midifile corrupt: header MThd not in file.";
+constexpr const char* kNoMTrk = "Midifile corrupt, header MTrk not in file.";
+constexpr const char* kTempi = "More than 999 tempochanges. cannot continue processinf.";
+constexpr const char* kSmpte =
+    "Fichier Midi refusé : sa division temporelle est en images par seconde (SMPTE), Brivel ne lit que les "
+    "divisions en tops par noire.";
+constexpr const char* kDivisionZero = "Fichier Midi refusé : sa division temporelle vaut 0.";
+constexpr const char* kHeaderTooLarge =
+    "Fichier Midi refusé : un champ de son en-tête (format, nombre de pistes ou division) dépasse 32767.";
+
+constexpr int kTempoEntries = 1001;
+constexpr int32_t kEndOfTable = 9999999;
+constexpr int kChannels = 17;  // channels 1..16 by the low nibble plus 1
+constexpr const char* kPitchClasses[12] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
+
+struct Stop {
+  int16_t code;
+  const char* text;
+  bool with_location;
+};
+
+// The file through the converter's read window: bytes are read one by one
+// within a window that is refilled 1100 bytes at a time, with 100 bytes of
+// look-ahead kept; reading at the window's end with nothing left in the file
+// is the "unexpected EOF". Fields fetched as a block (tempo bytes, meta
+// texts) may look ahead into the window and find blanks behind the data.
+class Reader {
+ public:
+  Reader(std::string_view data, const std::function<void(int64_t, int64_t)>& gauge) : d_(data), gauge_(gauge) {
+    const int64_t len = static_cast<int64_t>(d_.size());
+    if (len <= 1100) {
+      loaded_ = usable_ = len;
+    } else {
+      loaded_ = 1100;
+      usable_ = 1000;
+    }
+    report();
+  }
+
+  int64_t pos() const { return pos_; }
+  void seek(int64_t p) { pos_ = p; }
+  void skip(int64_t n) { pos_ += n; }
+
+  uint8_t byte() {
+    ensure();
+    return peek_at(pos_++);
+  }
+
+  // A block fetch: no window check; behind the data stand blanks.
+  std::string block(int64_t n) {
+    std::string s;
+    s.reserve(static_cast<std::size_t>(std::max<int64_t>(0, n)));
+    for (int64_t i = 0; i < n; ++i) s.push_back(static_cast<char>(peek_at(pos_ + i)));
+    pos_ += n;
+    return s;
+  }
+
+  // The window check alone, as made before a byte is read.
+  void ensure() {
+    while (pos_ >= usable_) {
+      const int64_t len = static_cast<int64_t>(d_.size());
+      if (loaded_ >= len) throw Stop{1, kEof, true};
+      const int64_t slice = std::min<int64_t>(1100, len - loaded_);
+      loaded_ += slice;
+      usable_ = slice == 1100 ? loaded_ - 100 : loaded_;
+      report();
+    }
+  }
+
+ private:
+  uint8_t peek_at(int64_t p) const {
+    return p >= 0 && p < static_cast<int64_t>(d_.size()) ? static_cast<uint8_t>(d_[static_cast<std::size_t>(p)]) : ' ';
+  }
+  void report() {
+    if (gauge_) gauge_(pos_ + 1, static_cast<int64_t>(d_.size()) + 101);
+  }
+
+  std::string_view d_;
+  const std::function<void(int64_t, int64_t)>& gauge_;
+  int64_t pos_ = 0;
+  int64_t loaded_ = 0;
+  int64_t usable_ = 0;
+};
+
+// Fixed-width unsigned decimal fields, keeping the low digits of a value too
+// long for them.
+void put_digits(std::string& out, int64_t v, int width) {
+  if (v < 0) v = 0;
+  char buf[24];
+  for (int i = width - 1; i >= 0; --i) {
+    buf[i] = static_cast<char>('0' + v % 10);
+    v /= 10;
+  }
+  out.append(buf, static_cast<std::size_t>(width));
+}
+
+class Converter {
+ public:
+  Converter(std::string_view data, std::string_view chemin, const std::function<void(int64_t, int64_t)>& gauge)
+      : r_(data, gauge), chemin_(chemin) {
+    out_.reserve(data.size() * 6 + 256);
+  }
+
+  VertalenResult run() {
+    VertalenResult result;
+    try {
+      convert();
+    } catch (const Stop& s) {
+      result.midi_erreur_code = s.code;
+      result.midi_erreur_texte = s.text;
+      if (s.with_location) {
+        static const char* hex = "0123456789ABCDEF";
+        std::string h;
+        int64_t v = location_;
+        do {
+          h.insert(h.begin(), hex[v % 16]);
+          v /= 16;
+        } while (v > 0);
+        result.midi_erreur_texte += "\r\n    Events processed until loc hex: " + h;
+      }
+    }
+    result.text = std::move(out_);
+    return result;
+  }
+
+ private:
+  void convert() {
+    if (r_.block(4) != "MThd") throw Stop{5, kNoMThd, false};
+    const int64_t header_len = be(r_.block(4));
+    const int64_t format = be(r_.block(2));
+    const int64_t tracks = be(r_.block(2));
+    const int64_t division = be(r_.block(2));
+    if (division & 0x8000) throw Stop{8, kSmpte, false};
+    if (format > 32767 || tracks > 32767) throw Stop{9, kHeaderTooLarge, false};
+    if (division == 0) throw Stop{10, kDivisionZero, false};
+    format1_ = format == 1;
+    division_ = static_cast<double>(division);
+    r_.seek(header_len + 8);
+    tempo_tick_.fill(kEndOfTable);
+    tempo_us_.fill(500000);
+    tempo_tick_[0] = 0;
+    for (int64_t t = 0; t < tracks; ++t) track(format1_ && t == 0);
+    out_ += "HEAD ##10000  ";
+    out_ += utf8_to_cp1252(chemin_);
+    out_ += ' ';
+    put_digits(out_, static_cast<int64_t>(max_ms_), 5);
+    out_ += "\r\nENDF 9999999\r\n";
+  }
+
+  static int64_t be(const std::string& bytes) {
+    int64_t v = 0;
+    for (char c : bytes) v = v * 256 + static_cast<uint8_t>(c);
+    return v;
+  }
+
+  float ms_per_tick(int32_t tempo) const { return static_cast<float>(static_cast<double>(tempo) / division_ / 1000.0); }
+
+  void track(bool first_of_format1) {
+    r_.ensure();
+    if (r_.block(4) != "MTrk") throw Stop{6, kNoMTrk, false};
+    r_.skip(4);  // the chunk's length: a track ends at its End of Track
+    for (auto& ch : debut_tick_) ch.fill(-1);
+    for (auto& ch : nb_actives_) ch.fill(0);
+    for (auto& ch : velocite_) ch.fill(0);
+    for (auto& ch : ecoule_ms_) ch.fill(0);
+    tick_ = 0;
+    rang_tempo_ = rang_lecture_ = 0;
+    dernier_tick_tempo_ = 0;
+    cumul_ms_ = 0;
+    ms_par_tick_ = ms_per_tick(tempo_us_[0]);
+    first_ = first_of_format1;
+    while (event()) {
+    }
+  }
+
+  // Moves the tempo map on to the event's tick.
+  void walk() {
+    int& i = first_ ? rang_lecture_ : rang_tempo_;
+    while (i < kTempoEntries && tick_ >= tempo_tick_[i]) {
+      const int32_t t = tempo_tick_[i];
+      if (!first_) {
+        for (int c = 0; c < kChannels; ++c)
+          for (int k = 0; k < 128; ++k)
+            if (debut_tick_[c][k] != -1) {
+              ecoule_ms_[c][k] = static_cast<float>(static_cast<double>(ecoule_ms_[c][k]) +
+                                                    static_cast<double>(ms_par_tick_) * (t - debut_tick_[c][k]));
+              debut_tick_[c][k] = t;
+            }
+      }
+      const float part = static_cast<float>(static_cast<double>(ms_par_tick_) * (t - dernier_tick_tempo_));
+      cumul_ms_ = static_cast<float>(cumul_ms_ + part);
+      dernier_tick_tempo_ = t;
+      ms_par_tick_ = ms_per_tick(tempo_us_[i]);
+      ++i;
+    }
+  }
+
+  int64_t event_time() const {
+    float t = static_cast<float>(static_cast<double>(ms_par_tick_) * (tick_ - dernier_tick_tempo_));
+    t = static_cast<float>(t + cumul_ms_);
+    return static_cast<int64_t>(round_half_even(t));
+  }
+
+  void line_head(const char* mnemonic, int64_t time) {
+    out_.append(mnemonic, 4);
+    out_ += ' ';
+    put_digits(out_, time, 7);
+    out_ += ' ';
+    put_digits(out_, tick_, 6);
+  }
+  void field(int64_t v, int width = 5) {
+    out_ += ' ';
+    put_digits(out_, v, width);
+  }
+  void end_line() { out_ += "\r\n"; }
+
+  bool event() {
+    // Delta time: at most four bytes.
+    int64_t delta = 0;
+    for (int n = 0;; ++n) {
+      const uint8_t b = r_.byte();
+      delta = delta * 128 + (b & 0x7F);
+      if (!(b & 0x80)) break;
+      if (n == 3) throw Stop{2, kDeltaTime, true};
+    }
+    tick_ = static_cast<int32_t>(std::min<int64_t>(tick_ + delta, 0x7FFFFFFF));
+    walk();
+    location_ = r_.pos();
+    uint8_t b = r_.byte();
+    if (b >= 0x80) {
+      statut_ = b;
+    } else {
+      if (statut_ < 0x80 || statut_ > 0xEF) throw Stop{3, kRunningStatus, true};
+      r_.skip(-1);  // the byte stands as the first data byte
+    }
+    const int channel = (statut_ & 0x0F) + 1;
+    switch (statut_ & 0xF0) {
+      case 0x80:
+      case 0x90: {
+        const uint8_t key = r_.byte(), vel = r_.byte();
+        if ((statut_ & 0xF0) == 0x90 && vel > 0)
+          note_on(channel, key, vel);
+        else
+          note_off(channel, key);
+        return true;
+      }
+      case 0xA0:
+      case 0xB0: {
+        const uint8_t a = r_.byte(), v = r_.byte();
+        line_head((statut_ & 0xF0) == 0xA0 ? "KAFT" : "CONC", event_time());
+        field(channel);
+        field(a);
+        field(v);
+        end_line();
+        return true;
+      }
+      case 0xC0:
+      case 0xD0: {
+        const uint8_t a = r_.byte();
+        line_head((statut_ & 0xF0) == 0xC0 ? "PRGC" : "CAFT", event_time());
+        field(channel);
+        field(a);
+        end_line();
+        return true;
+      }
+      case 0xE0: {
+        const uint8_t lo = r_.byte(), hi = r_.byte();
+        line_head("PBEN", event_time());
+        field(channel);
+        field(hi * 128 + lo);
+        end_line();
+        return true;
+      }
+      default:
+        return system(statut_);
+    }
+  }
+
+  bool system(uint8_t status) {
+    switch (status) {
+      case 0xF0:  // system exclusive: up to and including the first 0xF7, no line
+        while (r_.byte() != 0xF7) {
+        }
+        return true;
+      case 0xF1:
+      case 0xF3: {
+        const uint8_t a = r_.byte();
+        line_head(status == 0xF1 ? "MQTR" : "SNGS", event_time());
+        field(a);
+        end_line();
+        return true;
+      }
+      case 0xF2: {
+        const uint8_t lo = r_.byte(), hi = r_.byte();
+        line_head("SNGP", event_time());
+        field(hi * 128 + lo);
+        end_line();
+        return true;
+      }
+      case 0xFF:
+        return meta();
+      default: {  // F4 to FE but F0, FF: a status without data bytes
+        static const char* hex = "0123456789ABCDEF";
+        const char name[5] = {'F', hex[status & 0x0F], 'X', 'X', 0};
+        line_head(name, event_time());
+        end_line();
+        return true;
+      }
+    }
+  }
+
+  bool meta() {
+    const uint8_t type = r_.byte();
+    int64_t length = r_.byte();
+    if (length > 127) length = (length - 128) * 128 + r_.byte();
+    switch (type) {
+      case 0x00: {
+        const uint8_t a = r_.byte(), b = r_.byte();
+        line_head("SEQN", event_time());
+        field(a > 127 ? b + (a - 128) * 128 : b);
+        end_line();
+        return true;
+      }
+      case 0x01:
+      case 0x02:
+      case 0x03:
+      case 0x04:
+      case 0x05:
+      case 0x06:
+      case 0x07: {
+        static const char* names[] = {"TEXT", "AUTH", "TNAM", "INST", "LYRC", "MARK", "CUEP"};
+        line_head(names[type - 1], event_time());
+        out_ += ' ';
+        out_ += r_.block(length);
+        end_line();
+        return true;
+      }
+      case 0x2F:
+        return false;
+      case 0x51:
+        tempo();
+        return true;
+      case 0x54: {
+        uint8_t v[5];
+        for (auto& x : v) x = r_.byte();
+        line_head("SMPT", event_time());
+        for (uint8_t x : v) field(x);
+        end_line();
+        return true;
+      }
+      case 0x58: {
+        const uint8_t num = r_.byte(), power = r_.byte(), clocks = r_.byte(), quarter = r_.byte();
+        if (power <= 5) denominator_ = 1 << power;
+        line_head("TIME", event_time());
+        field(num);
+        field(denominator_);
+        field(clocks);
+        field(quarter);
+        end_line();
+        return true;
+      }
+      case 0x59: {
+        const uint8_t a = r_.byte(), b = r_.byte();
+        line_head("KEYS", event_time());
+        field(a);
+        field(b);
+        end_line();
+        return true;
+      }
+      default:
+        r_.skip(length);
+        return true;
+    }
+  }
+
+  void tempo() {
+    if (format1_ && !first_) {
+      r_.skip(3);  // later tracks of a format 1 file follow the first one's map
+      return;
+    }
+    const int64_t t = be(r_.block(3));
+    line_head("TEMP", event_time());
+    field(t, 7);
+    end_line();
+    if (format1_) ++rang_tempo_;
+    if (rang_tempo_ + 1 >= kTempoEntries) throw Stop{7, kTempi, false};
+    tempo_tick_[rang_tempo_ + 1] = kEndOfTable;
+    tempo_us_[rang_tempo_] = static_cast<int32_t>(t);
+    tempo_tick_[rang_tempo_] = tick_;
+    if (rang_tempo_ >= 999) throw Stop{7, kTempi, false};
+  }
+
+  void note_on(int channel, uint8_t key, uint8_t vel) {
+    if (key > 127) return;  // no such key: nothing can be tracked
+    if (debut_tick_[channel][key] == -1) {
+      debut_tick_[channel][key] = tick_;
+      velocite_[channel][key] = vel;
+    }
+    ++nb_actives_[channel][key];
+  }
+
+  void note_off(int channel, uint8_t key) {
+    if (key > 127 || debut_tick_[channel][key] == -1) return;
+    if (--nb_actives_[channel][key] > 0) return;
+    float s = static_cast<float>(static_cast<double>(ms_par_tick_) * (debut_tick_[channel][key] - dernier_tick_tempo_));
+    s = static_cast<float>(s + cumul_ms_);
+    s = static_cast<float>(s - ecoule_ms_[channel][key]);
+    const int64_t start = static_cast<int64_t>(round_half_even(s));
+    const int64_t end = event_time();
+    line_head("NOTE", start);
+    field(channel);
+    field(key);
+    field(end - start);
+    field(static_cast<int64_t>(velocite_[channel][key]));
+    out_ += ' ';
+    out_ += kPitchClasses[key % 12];
+    out_ += std::to_string(std::abs(key / 12 - 2));
+    end_line();
+    line_head("NOOF", end);
+    field(channel);
+    field(key);
+    end_line();
+    debut_tick_[channel][key] = -1;
+    nb_actives_[channel][key] = 0;
+    ecoule_ms_[channel][key] = 0;
+    if (static_cast<float>(end) > max_ms_) max_ms_ = static_cast<float>(end);
+  }
+
+  Reader r_;
+  std::string_view chemin_;
+  std::string out_;
+  bool format1_ = false;
+  bool first_ = false;
+  double division_ = 1;
+  std::array<int32_t, kTempoEntries> tempo_tick_{};
+  std::array<int32_t, kTempoEntries> tempo_us_{};
+  std::array<std::array<int32_t, 128>, kChannels> debut_tick_{};
+  std::array<std::array<float, 128>, kChannels> ecoule_ms_{};
+  std::array<std::array<int32_t, 128>, kChannels> nb_actives_{};
+  std::array<std::array<float, 128>, kChannels> velocite_{};
+  int rang_tempo_ = 0;
+  int rang_lecture_ = 0;
+  float ms_par_tick_ = 0;
+  float cumul_ms_ = 0;
+  int32_t dernier_tick_tempo_ = 0;
+  int32_t tick_ = 0;
+  float max_ms_ = 0;
+  uint8_t statut_ = 0;
+  int denominator_ = 4;
+  int64_t location_ = 0;
+};
+
+}  // namespace
+
+VertalenResult vertalen(std::string_view midi_bytes, std::string_view chemin_midi,
+                        const std::function<void(int64_t value, int64_t max)>& gauge) {
+  return Converter(midi_bytes, chemin_midi, gauge).run();
 }
 
 }  // namespace brivel

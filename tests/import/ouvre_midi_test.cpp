@@ -271,7 +271,6 @@ TEST(OpenPiece, MultipleSelectionChainAndRestore) {
 }
 
 TEST(OpenPiece, WholeRoadWithTheDecoder) {
-  if (!decoder_ready()) GTEST_SKIP() << "decoder not written yet";
   Desk d;
   const std::string path = d.home + "do.mid";
   write_file(path, tiny_midi());
@@ -289,7 +288,6 @@ TEST(OpenPiece, WholeRoadWithTheDecoder) {
 }
 
 TEST(OpenPiece, TruncatedMidiIsShownNotHidden) {
-  if (!decoder_ready()) GTEST_SKIP() << "decoder not written yet";
   Desk d;
   const std::string path = d.home + "coupe.mid";
   write_file(path, tiny_midi(false));
