@@ -115,7 +115,7 @@ class Converter {
  public:
   Converter(std::string_view data, std::string_view chemin, const std::function<void(int64_t, int64_t)>& gauge)
       : r_(data, gauge), chemin_(chemin) {
-    out_.reserve(data.size() * 6 + 256);
+    out_.reserve(data.size() * 16 + 256);
   }
 
   VertalenResult run() {
@@ -177,6 +177,7 @@ class Converter {
     if (r_.block(4) != "MTrk") throw Stop{6, kNoMTrk, false};
     r_.skip(4);  // the chunk's length: a track ends at its End of Track
     for (auto& ch : debut_tick_) ch.fill(-1);
+    open_.clear();
     for (auto& ch : nb_actives_) ch.fill(0);
     for (auto& ch : velocite_) ch.fill(0);
     for (auto& ch : ecoule_ms_) ch.fill(0);
@@ -196,13 +197,12 @@ class Converter {
     while (i < kTempoEntries && tick_ >= tempo_tick_[i]) {
       const int32_t t = tempo_tick_[i];
       if (!first_) {
-        for (int c = 0; c < kChannels; ++c)
-          for (int k = 0; k < 128; ++k)
-            if (debut_tick_[c][k] != -1) {
-              ecoule_ms_[c][k] = static_cast<float>(static_cast<double>(ecoule_ms_[c][k]) +
-                                                    static_cast<double>(ms_par_tick_) * (t - debut_tick_[c][k]));
-              debut_tick_[c][k] = t;
-            }
+        for (uint16_t slot : open_) {
+          const int c = slot >> 7, k = slot & 0x7F;
+          ecoule_ms_[c][k] = static_cast<float>(static_cast<double>(ecoule_ms_[c][k]) +
+                                                static_cast<double>(ms_par_tick_) * (t - debut_tick_[c][k]));
+          debut_tick_[c][k] = t;
+        }
       }
       const float part = static_cast<float>(static_cast<double>(ms_par_tick_) * (t - dernier_tick_tempo_));
       cumul_ms_ = static_cast<float>(cumul_ms_ + part);
@@ -412,6 +412,8 @@ class Converter {
     if (debut_tick_[channel][key] == -1) {
       debut_tick_[channel][key] = tick_;
       velocite_[channel][key] = vel;
+      open_index_[channel][key] = static_cast<int32_t>(open_.size());
+      open_.push_back(static_cast<uint16_t>(channel << 7 | key));
     }
     ++nb_actives_[channel][key];
   }
@@ -431,12 +433,20 @@ class Converter {
     field(static_cast<int64_t>(velocite_[channel][key]));
     out_ += ' ';
     out_ += kPitchClasses[key % 12];
-    out_ += std::to_string(std::abs(key / 12 - 2));
+    const int octave = std::abs(key / 12 - 2);
+    if (octave >= 10) out_ += '1';
+    out_ += static_cast<char>('0' + octave % 10);
     end_line();
     line_head("NOOF", end);
     field(channel);
     field(key);
     end_line();
+    // Out of the open notes that the tempo walk carries.
+    const int32_t at = open_index_[channel][key];
+    const uint16_t last = open_.back();
+    open_[static_cast<std::size_t>(at)] = last;
+    open_index_[last >> 7][last & 0x7F] = at;
+    open_.pop_back();
     debut_tick_[channel][key] = -1;
     nb_actives_[channel][key] = 0;
     ecoule_ms_[channel][key] = 0;
@@ -455,6 +465,9 @@ class Converter {
   std::array<std::array<float, 128>, kChannels> ecoule_ms_{};
   std::array<std::array<int32_t, 128>, kChannels> nb_actives_{};
   std::array<std::array<float, 128>, kChannels> velocite_{};
+  // The notes now open, as channel * 128 + key, and each one's place there.
+  std::vector<uint16_t> open_;
+  std::array<std::array<int32_t, 128>, kChannels> open_index_{};
   int rang_tempo_ = 0;
   int rang_lecture_ = 0;
   float ms_par_tick_ = 0;
