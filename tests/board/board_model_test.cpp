@@ -229,13 +229,6 @@ TEST(BoardModel, FaultRulesByCount) {
   }
 }
 
-TEST(BoardModel, CountsFramesAcrossRestarts) {
-  BoardModel b(script("B MY 2"));
-  EXPECT_EQ(replies(b, "MY00001\n"), "A");
-  b.reset(5);
-  EXPECT_EQ(replies(b, "MY00001\n", 10), "B");
-}
-
 TEST(BoardModel, BytesMayArriveOneByOne) {
   BoardModel b;
   std::vector<BoardOutput> out;
@@ -274,16 +267,6 @@ TEST(BoardModel, RealisticTimesFollowTheStepDurations) {
   }
   ASSERT_EQ(b.holes().size(), 1u);
   EXPECT_EQ(b.holes()[0].at_ms, 2015);
-}
-
-TEST(BoardModel, InstantRepliesQueueBehindEachOther) {
-  BoardModel b;
-  auto out = b.receive("MX01000\nMY00720\nCZxxxxx\n", 40);
-  ASSERT_EQ(out.size(), 3u);
-  EXPECT_EQ(out[0].at_ms, 41);
-  EXPECT_EQ(out[1].at_ms, 42);
-  EXPECT_EQ(out[2].at_ms, 43);
-  EXPECT_EQ(b.receive("ONxxxxx\n", 100).at(0).at_ms, 101);
 }
 
 TEST(BoardModel, LogsFramesRepliesHolesAndRules) {

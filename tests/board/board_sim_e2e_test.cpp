@@ -222,20 +222,4 @@ TEST(BoardSimProgram, RefusesABadFaultScriptWithTheLine) {
   fs::remove_all(dir);
 }
 
-TEST(BoardSimProgram, FollowsItsFaultScriptAndStopsAfterItsDuration) {
-  const fs::path dir = fresh_dir("script");
-  std::ofstream(dir / "faults.txt") << "refuse ON 1\nD MX 1 7\n";
-  SimProcess sim({"--faults", (dir / "faults.txt").string(), "--link", (dir / "com3").string(), "--duration", "2"});
-  ASSERT_TRUE(sim.wait_output("ready\n")) << sim.output();
-  const int fd = open_raw((dir / "com3").string());
-  ASSERT_GE(fd, 0);
-  EXPECT_EQ(ask(fd, "ONxxxxx\n", 1), "B");
-  EXPECT_EQ(ask(fd, "ONxxxxx\n", 1), "A");
-  EXPECT_EQ(ask(fd, "MX00100\n", 1), "D");
-  EXPECT_EQ(ask(fd, "\n", 5), "00007");
-  ::close(fd);
-  EXPECT_EQ(sim.stop(0), 0) << "it ends by itself after two seconds";
-  fs::remove_all(dir);
-}
-
 }  // namespace
