@@ -34,14 +34,6 @@ TEST(MachineLink, ConnectionResetsTheBoardAndPushesTheConsoleValues) {
   EXPECT_GE(sc.frames().front().at_ms, 900) << "the board needs its start-up time";
 }
 
-TEST(MachineLink, LiveFrameReachesTheBoard) {
-  SimConsole sc;
-  fenetre_moteurs_Click(sc.c);
-  ASSERT_TRUE(sc.connect(10));
-  sc.m.TempoZ.set_text("7");
-  EXPECT_EQ(sc.board.parameters().at("IZ"), 7);
-}
-
 TEST(MachineLink, OneHoleIsRecordedWhereTheCountersSay) {
   SimConsole sc;
   ASSERT_TRUE(sc.connect(10));
@@ -93,28 +85,6 @@ TEST(MachineLink, SilentPunchTripsTheWatchdogAndLeavesAReport) {
   EXPECT_FALSE(sc.read_file("Perfo_en_cours.sav").empty());
   const std::string report = cp1252_to_utf8(sc.read_file("Perfo_en_cours.trafic.txt"));
   EXPECT_NE(report.find("> CZxxxxx<LF>"), std::string::npos);
-}
-
-TEST(MachineLink, SilentFeedTimesOutInsteadOfHanging) {
-  SimConsole sc(script("silence MY 1"));
-  ASSERT_TRUE(sc.connect(10));
-  sc.m.nb_PasY.set_text("3");
-  debut_travail(sc.c);
-  const int64_t t = sc.p.now();
-  deplace_Y(sc.c);
-  EXPECT_LT(sc.p.now() - t, 60000);
-  EXPECT_EQ(sc.m.Label_defautP.text(), "Pas de réponse de la machine - Contexte sauvegardé");
-  EXPECT_EQ(sc.s.etat_pause, 1);
-}
-
-TEST(MachineLink, PunchNotAtRestOnTheFeed) {
-  SimConsole sc(script("B MY 1"));
-  ASSERT_TRUE(sc.connect(10));
-  sc.m.nb_PasY.set_text("3");
-  debut_travail(sc.c);
-  deplace_Y(sc.c);
-  EXPECT_EQ(sc.m.Label_defaut.text(), "Erreur repos poinçon");
-  EXPECT_EQ(sc.s.compteur_Y, 3);
 }
 
 }  // namespace
