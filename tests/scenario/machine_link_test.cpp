@@ -3,7 +3,6 @@
 // make.
 #include <gtest/gtest.h>
 
-#include "console/pages.h"
 #include "core/cp1252.h"
 #include "run/motion/motion.h"
 #include "support/sim_console.h"
