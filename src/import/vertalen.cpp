@@ -1,6 +1,8 @@
 #include "import/vertalen.h"
 
 #include <array>
+#include <cmath>
+#include <cstring>
 #include <vector>
 
 #include "core/cp1252.h"
@@ -100,22 +102,23 @@ class Reader {
 };
 
 // Fixed-width unsigned decimal fields, keeping the low digits of a value too
-// long for them.
-void put_digits(std::string& out, int64_t v, int width) {
-  if (v < 0) v = 0;
-  char buf[24];
+// long for them (widths up to 7).
+char* put_digits(char* p, int64_t v, int width) {
+  static constexpr int64_t kPow10[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000};
+  uint32_t x = v < 0 ? 0 : static_cast<uint32_t>(v % kPow10[width]);
   for (int i = width - 1; i >= 0; --i) {
-    buf[i] = static_cast<char>('0' + v % 10);
-    v /= 10;
+    p[i] = static_cast<char>('0' + x % 10);
+    x /= 10;
   }
-  out.append(buf, static_cast<std::size_t>(width));
+  return p + width;
 }
 
 class Converter {
  public:
-  Converter(std::string_view data, std::string_view chemin, const std::function<void(int64_t, int64_t)>& gauge)
-      : r_(data, gauge), chemin_(chemin) {
-    out_.reserve(data.size() * 16 + 256);
+  Converter(std::string_view data, std::string_view chemin, const std::function<void(int64_t, int64_t)>& gauge,
+            const std::function<void(std::string_view)>* sink)
+      : r_(data, gauge), chemin_(chemin), sink_(sink) {
+    out_.reserve(sink ? kFlushAt + 4096 : data.size() * 12 + 256);
   }
 
   VertalenResult run() {
@@ -136,7 +139,11 @@ class Converter {
         result.midi_erreur_texte += "\r\n    Events processed until loc hex: " + h;
       }
     }
-    result.text = std::move(out_);
+    if (sink_) {
+      flush_out();
+    } else {
+      result.text = std::move(out_);
+    }
     return result;
   }
 
@@ -160,7 +167,9 @@ class Converter {
     out_ += "HEAD ##10000  ";
     out_ += utf8_to_cp1252(chemin_);
     out_ += ' ';
-    put_digits(out_, static_cast<int64_t>(max_ms_), 5);
+    char digits[5];
+    put_digits(digits, static_cast<int64_t>(max_ms_), 5);
+    out_.append(digits, 5);
     out_ += "\r\nENDF 9999999\r\n";
   }
 
@@ -218,18 +227,34 @@ class Converter {
     return static_cast<int64_t>(round_half_even(t));
   }
 
+  // A line is built in a small buffer and goes out whole: the decoder
+  // writes millions of them.
   void line_head(const char* mnemonic, int64_t time) {
-    out_.append(mnemonic, 4);
-    out_ += ' ';
-    put_digits(out_, time, 7);
-    out_ += ' ';
-    put_digits(out_, tick_, 6);
+    char* p = line_;
+    std::memcpy(p, mnemonic, 4);
+    p[4] = ' ';
+    p = put_digits(p + 5, time, 7);
+    *p++ = ' ';
+    end_ = put_digits(p, tick_, 6);
   }
   void field(int64_t v, int width = 5) {
-    out_ += ' ';
-    put_digits(out_, v, width);
+    *end_++ = ' ';
+    end_ = put_digits(end_, v, width);
   }
-  void end_line() { out_ += "\r\n"; }
+  void flush_line() {
+    out_.append(line_, static_cast<std::size_t>(end_ - line_));
+    end_ = line_;
+    if (sink_ && out_.size() >= kFlushAt) flush_out();
+  }
+  void flush_out() {
+    if (!out_.empty()) (*sink_)(out_);
+    out_.clear();
+  }
+  void end_line() {
+    *end_++ = '\r';
+    *end_++ = '\n';
+    flush_line();
+  }
 
   bool event() {
     // Delta time: at most four bytes.
@@ -347,7 +372,8 @@ class Converter {
       case 0x07: {
         static const char* names[] = {"TEXT", "AUTH", "TNAM", "INST", "LYRC", "MARK", "CUEP"};
         line_head(names[type - 1], event_time());
-        out_ += ' ';
+        *end_++ = ' ';
+        flush_line();
         out_ += r_.block(length);
         end_line();
         return true;
@@ -431,11 +457,11 @@ class Converter {
     field(key);
     field(end - start);
     field(static_cast<int64_t>(velocite_[channel][key]));
-    out_ += ' ';
-    out_ += kPitchClasses[key % 12];
+    *end_++ = ' ';
+    for (const char* c = kPitchClasses[key % 12]; *c; ++c) *end_++ = *c;
     const int octave = std::abs(key / 12 - 2);
-    if (octave >= 10) out_ += '1';
-    out_ += static_cast<char>('0' + octave % 10);
+    if (octave >= 10) *end_++ = '1';
+    *end_++ = static_cast<char>('0' + octave % 10);
     end_line();
     line_head("NOOF", end);
     field(channel);
@@ -453,9 +479,13 @@ class Converter {
     if (static_cast<float>(end) > max_ms_) max_ms_ = static_cast<float>(end);
   }
 
+  static constexpr std::size_t kFlushAt = 1 << 16;
   Reader r_;
   std::string_view chemin_;
+  const std::function<void(std::string_view)>* sink_;
   std::string out_;
+  char line_[96];  // the longest line: NOTE with its name
+  char* end_ = line_;
   bool format1_ = false;
   bool first_ = false;
   double division_ = 1;
@@ -484,7 +514,13 @@ class Converter {
 
 VertalenResult vertalen(std::string_view midi_bytes, std::string_view chemin_midi,
                         const std::function<void(int64_t value, int64_t max)>& gauge) {
-  return Converter(midi_bytes, chemin_midi, gauge).run();
+  return Converter(midi_bytes, chemin_midi, gauge, nullptr).run();
+}
+
+VertalenResult vertalen(std::string_view midi_bytes, std::string_view chemin_midi,
+                        const std::function<void(std::string_view piece)>& sink,
+                        const std::function<void(int64_t value, int64_t max)>& gauge) {
+  return Converter(midi_bytes, chemin_midi, gauge, &sink).run();
 }
 
 }  // namespace brivel

@@ -23,4 +23,11 @@ struct VertalenResult {
 VertalenResult vertalen(std::string_view midi_bytes, std::string_view chemin_midi,
                         const std::function<void(int64_t value, int64_t max)>& gauge = {});
 
+// The same, handing the text to `sink` in pieces as it is made instead of
+// keeping it: memory then stays bound by the input and a small buffer.
+// The returned result has an empty text.
+VertalenResult vertalen(std::string_view midi_bytes, std::string_view chemin_midi,
+                        const std::function<void(std::string_view piece)>& sink,
+                        const std::function<void(int64_t value, int64_t max)>& gauge = {});
+
 }  // namespace brivel

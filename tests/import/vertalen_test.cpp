@@ -151,6 +151,12 @@ TEST(Vertalen, GaugeFollowsTheReadWindowAndPathIsInTheCodePage) {
   EXPECT_EQ(seen.front(), first);
   EXPECT_NE(r.text.find("TEXT 0000000 000000 " + text + "\r\n"), std::string::npos);
   EXPECT_NE(r.text.find("HEAD ##10000  /tmp/\xE9.mid 00000\r\n"), std::string::npos);
+
+  // Handed out in pieces, the text is the same.
+  std::string pieces;
+  VertalenResult streamed = vertalen(file, "/tmp/é.mid", [&](std::string_view p) { pieces += p; });
+  EXPECT_EQ(pieces, r.text);
+  EXPECT_TRUE(streamed.text.empty());
 }
 
 }  // namespace
