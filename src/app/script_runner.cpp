@@ -15,12 +15,17 @@ namespace {
 ScriptResult error(std::string why) { return {ScriptStatus::ScriptError, 0, std::move(why), false}; }
 ScriptResult failure(std::string why) { return {ScriptStatus::Failed, 0, std::move(why), false}; }
 
-// Splits "WORD rest of line" once.
+bool blank(char c) { return c == ' ' || c == '\t'; }
+
+// Splits "WORD rest of line" once: the rest starts after the one blank that
+// ends the word, so that "set Text1  x" types " x".
 std::pair<std::string, std::string> head(const std::string& s) {
-  std::size_t b = s.find_first_not_of(' ');
-  if (b == std::string::npos) return {"", ""};
-  std::size_t e = s.find(' ', b);
-  if (e == std::string::npos) return {s.substr(b), ""};
+  std::size_t b = 0;
+  while (b < s.size() && blank(s[b])) ++b;
+  if (b == s.size()) return {"", ""};
+  std::size_t e = b;
+  while (e < s.size() && !blank(s[e])) ++e;
+  if (e == s.size()) return {s.substr(b), ""};
   return {s.substr(b, e - b), s.substr(e + 1)};
 }
 
@@ -74,7 +79,7 @@ ScriptResult ScriptRunner::step(const std::string& line) {
     Element* e = field(name);
     if (!e) return error("champ inconnu : " + name);
     if (e->kind() != Kind::TextField) return error(name + " n'est pas un champ de saisie");
-    if (!e->enabled()) return failure(name + " est désactivé");
+    if (!m.reachable(*e)) return failure(name + " n'est pas accessible (désactivé ou caché)");
     e->set_text(text);
     return {};
   }
@@ -82,8 +87,10 @@ ScriptResult ScriptRunner::step(const std::string& line) {
     auto [name, v] = head(rest);
     Element* e = field(name);
     if (!e) return error("champ inconnu : " + name);
-    if (e->kind() != Kind::CheckBox || (v != "0" && v != "1" && v != "2")) return error("check CASE 0|1|2");
-    if (!e->enabled()) return failure(name + " est désactivée");
+    const bool box = e->kind() == Kind::CheckBox, option = e->kind() == Kind::OptionButton;
+    if (!(box && (v == "0" || v == "1" || v == "2")) && !(option && (v == "0" || v == "1")))
+      return error("check CASE 0|1|2 ou check OPTION 0|1");
+    if (!m.reachable(*e)) return failure(name + " n'est pas accessible (désactivé ou caché)");
     e->set_value(std::atoi(v.c_str()));
     return {};
   }
@@ -97,6 +104,7 @@ ScriptResult ScriptRunner::step(const std::string& line) {
     auto [name, row] = head(rest);
     Element* e = field(name);
     if (!e || e->kind() != Kind::List) return error("liste inconnue : " + name);
+    if (!m.reachable(*e)) return failure(name + " n'est pas accessible (désactivée ou cachée)");
     const auto& rows = e->rows();
     for (std::size_t i = 0; i < rows.size(); ++i) {
       if (rows[i] == row) {
@@ -118,9 +126,15 @@ ScriptResult ScriptRunner::step(const std::string& line) {
         dialogs_.open_answers.push_back(paths[0]);
       } else {
         // A multiple selection: the folder, then the names, '\0' between.
-        std::string folder = paths[0].substr(0, paths[0].rfind(kSep));
+        // The dialog picks in one folder only.
+        auto folder_of = [](const std::string& p) {
+          std::size_t sep = p.rfind(kSep);
+          return sep == std::string::npos ? std::string() : p.substr(0, sep);
+        };
+        std::string folder = folder_of(paths[0]);
         std::string answer = folder;
         for (const auto& p : paths) {
+          if (folder_of(p) != folder) return error("answer open : les fichiers d'une sélection sont d'un même dossier");
           answer.push_back('\0');
           answer += p.substr(p.rfind(kSep) + 1);
         }
@@ -142,7 +156,7 @@ ScriptResult ScriptRunner::step(const std::string& line) {
     Element* e = field(name);
     if (!e) return error("champ inconnu : " + name);
     auto [op, text] = head(after);
-    if (op != "=" && !(op == "~" && cmd == "wait")) return error(cmd + " CHAMP = TEXTE");
+    if (op != "=" && op != "~") return error(cmd + " CHAMP = TEXTE ou " + cmd + " CHAMP ~ EXPRESSION");
     double seconds = 10;
     if (cmd == "wait") {
       std::size_t last = text.rfind(' ');

@@ -2,22 +2,24 @@
 // line, so that whole stories can be played against a real serial device or
 // the simulated platform. The commands:
 //   set FIELD TEXT           type TEXT into a text field (TEXT may be empty)
-//   check FIELD 0|1|2        set a check box
+//   check FIELD 0|1|2        set a check box (an option button: 0|1)
 //   click NAME               click a button, menu entry, clickable label, perfo(5)...
 //   select File1 NAME        pick a row of a list by its text and click it
-//   answer open PATH...      next open dialog gets PATH (several: a multiple selection)
+//   answer open PATH...      next open dialog gets PATH (several, of one folder: a
+//                            multiple selection; paths have no blanks)
 //   answer save PATH         next save dialog gets PATH
 //   answer yes|no|ok         next box gets that button
 //   answer input TEXT        next input box gets TEXT
 //   wait FIELD = TEXT [S]    turn the event loop until FIELD reads TEXT (S seconds, default 10)
 //   wait FIELD ~ REGEX [S]   the same with a regular expression (ECMAScript, whole text)
-//   expect FIELD = TEXT      FIELD must read TEXT now
+//   expect FIELD = TEXT      FIELD must read TEXT now (or ~ REGEX)
 //   pause MS                 wait MS milliseconds with the console live
 //   print FIELD              print FIELD=value on the output
 //   quit                     the quit sequence
 // A field reads as its value for check boxes, option buttons and gauges, as
 // its palette colour for lamps (10 green, 12 red, -1 none), as its text or
-// caption otherwise. "#" starts a comment line.
+// caption otherwise. "#" starts a comment line. Typing, checking and picking
+// need an element the operator can reach (enabled and shown), as clicking does.
 #pragma once
 
 #include <iosfwd>

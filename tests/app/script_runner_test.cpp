@@ -61,6 +61,108 @@ TEST(ScriptRunner, FailuresAndErrorsNameTheLine) {
   }
 }
 
+TEST(ScriptRunner, TypingChecksAndReadingByKind) {
+  Scripted t;
+  ScriptResult r = t.runner.run(
+      "click fenetre_moteurs\n"
+      "set\tnb_PasX\t12\n"      // tabs separate like blanks
+      "print nb_PasX\n"
+      "set VitesseX  7\n"         // the text is the rest after one blank
+      "print VitesseX\n"
+      "set Text_origineX\n"       // nothing typed: an empty field
+      "print Text_origineX\n"
+      "check Demipas 0\n"
+      "print Demipas\n"           // a check box reads as its value
+      "print About.nb_trou\n"     // a hidden button reads as its caption
+      "expect nb_PasX ~ 1[0-9]\n"
+      "expect Label_defautP ~ Sélectionner.*\n"
+      "click fenetre_notes\n"
+      "check Valcalc 1\n"
+      "print Valcalc\n");
+  ASSERT_EQ(r.status, ScriptStatus::Ok) << r.message;
+  EXPECT_EQ(t.out.str(),
+            "nb_PasX=12\n"
+            "VitesseX= 7\n"
+            "Text_origineX=\n"
+            "Demipas=0\n"
+            "About.nb_trou=\n"
+            "Valcalc=1\n");
+  EXPECT_EQ(t.m.Demipas.value(), 0);
+}
+
+TEST(ScriptRunner, WhatTheOperatorCannotReachIsAFailure) {
+  Scripted t;
+  t.m.nb_PasX.set_enabled(false);
+  ScriptResult r = t.runner.run("click fenetre_moteurs\n# greyed out\nset nb_PasX 5\n");
+  EXPECT_EQ(r.status, ScriptStatus::Failed);
+  EXPECT_EQ(r.line, 3);
+  EXPECT_EQ(r.message.rfind("ligne 3 : set nb_PasX 5\n", 0), 0u) << r.message;
+  EXPECT_EQ(t.m.nb_PasX.text(), "200") << "nothing typed";
+}
+
+TEST(ScriptRunner, AFailedExpectSaysWhatWasSeen) {
+  Scripted t;
+  ScriptResult r = t.runner.run("expect VitesseX = 4000\n");
+  EXPECT_EQ(r.status, ScriptStatus::Failed);
+  EXPECT_EQ(r.message, "ligne 1 : expect VitesseX = 4000\n  attendu VitesseX = « 4000 », lu « 5000 »");
+}
+
+TEST(ScriptRunner, DialogAnswersAreQueuedInOrder) {
+  Scripted t;
+  ScriptResult r = t.runner.run(
+      "answer open /pieces/valse.mid\n"
+      "answer save /tmp/x.set\n"
+      "answer no\n"
+      "answer ok\n"
+      "answer input 10 h 30\n"
+      "answer input\n");
+  ASSERT_EQ(r.status, ScriptStatus::Ok) << r.message;
+  QueuedDialogs& d = t.p.sim_dialogs();
+  EXPECT_EQ(d.open_answers, std::deque<std::string>{"/pieces/valse.mid"});
+  EXPECT_EQ(d.save_answers, std::deque<std::string>{"/tmp/x.set"});
+  EXPECT_EQ(d.box_answers, (std::deque<BoxAnswer>{BoxAnswer::No, BoxAnswer::Ok}));
+  ASSERT_EQ(d.input_answers.size(), 2u);
+  EXPECT_EQ(d.input_answers[0], std::optional<std::string>("10 h 30"));
+  EXPECT_EQ(d.input_answers[1], std::optional<std::string>(""));
+}
+
+TEST(ScriptRunner, ScriptErrors) {
+  const char* scripts[] = {
+      "answer open\n",
+      "answer open /a/x.mid /b/y.mid\n",  // a selection lies in one folder
+      "answer maybe\n",
+      "check Valcalc 2\n",                // an option is on or off
+      "check nb_PasX 1\n",
+      "select Demipas x\n",
+      "click Nowhere\n",
+      "print Nowhere\n",
+      "pause soon\n",
+      "wait LabelX 12\n",
+      "expect LabelX == 12\n",
+  };
+  for (const char* script : scripts) {
+    Scripted t;
+    ScriptResult r = t.runner.run(script);
+    EXPECT_EQ(r.status, ScriptStatus::ScriptError) << script;
+    EXPECT_EQ(r.line, 1) << script;
+  }
+}
+
+TEST(ScriptRunner, WaitsAndPausesRunOnTheConsoleClock) {
+  Scripted t;
+  int32_t t0 = t.p.tick_ms();
+  ASSERT_EQ(t.runner.run("pause 250\n").status, ScriptStatus::Ok);
+  EXPECT_GT(t.p.tick_ms() - t0, 250);
+  t0 = t.p.tick_ms();
+  ScriptResult r = t.runner.run("wait LabelX = 99 2\n");
+  EXPECT_EQ(r.status, ScriptStatus::Failed);
+  EXPECT_GE(t.p.tick_ms() - t0, 2000) << "a wait gives up after its own time";
+  EXPECT_LT(t.p.tick_ms() - t0, 2200);
+  t0 = t.p.tick_ms();
+  ASSERT_EQ(t.runner.run("wait LabelX = 0\n").status, ScriptStatus::Ok);
+  EXPECT_EQ(t.p.tick_ms(), t0) << "a wait that already holds takes no time";
+}
+
 TEST(ScriptRunner, WaitAndQuit) {
   Scripted t;
   t.p.at(3000, [&] { t.m.Label_defautP.set_text("Prêt à perforer"); });

@@ -1,116 +1,131 @@
 // The real programs over a real serial stack: brivel-script drives the
 // console against brivel-board-sim on a pseudo-terminal, and the simulator's
 // log must hold the exact bytes of the story.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "e2e/child_process.h"
+
+namespace brivel::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-// A child process whose standard output we read.
-struct Child {
-  pid_t pid = -1;
-  int out = -1;
-
-  Child(const std::vector<std::string>& argv, const std::string& home) {
-    int fds[2];
-    if (pipe(fds) != 0) return;
-    pid = fork();
-    if (pid == 0) {
-      dup2(fds[1], 1);
-      close(fds[0]);
-      close(fds[1]);
-      setenv("BRIVEL_HOME", home.c_str(), 1);
-      std::vector<char*> args;
-      for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-      args.push_back(nullptr);
-      execv(args[0], args.data());
-      _exit(127);
-    }
-    close(fds[1]);
-    out = fds[0];
+// A fresh BRIVEL_HOME, removed afterwards.
+struct Home {
+  fs::path dir;
+  explicit Home(const char* tag) {
+    dir = fs::temp_directory_path() / ("brivel-e2e-" + std::string(tag) + "-" + std::to_string(getpid()));
+    fs::remove_all(dir);
+    fs::create_directories(dir);
   }
-
-  // Reads standard output until `until` appears or the output ends, for at
-  // most `seconds`.
-  std::string read_until(const std::string& until, double seconds) {
-    std::string got;
-    auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(static_cast<int>(seconds * 1000));
-    while (std::chrono::steady_clock::now() < end) {
-      pollfd p{out, POLLIN, 0};
-      if (poll(&p, 1, 100) <= 0) continue;
-      char buf[256];
-      ssize_t n = read(out, buf, sizeof buf);
-      if (n <= 0) break;
-      got.append(buf, static_cast<std::size_t>(n));
-      if (!until.empty() && got.find(until) != std::string::npos) break;
-    }
-    return got;
-  }
-
-  int wait_exit() {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    close(out);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
+  ~Home() { fs::remove_all(dir); }
+  std::string str() const { return dir.string(); }
 };
 
-TEST(EndToEnd, ScriptAgainstTheBoardSimulatorOnAPseudoTerminal) {
-  fs::path home = fs::temp_directory_path() / ("brivel-e2e-" + std::to_string(getpid()));
-  fs::remove_all(home);
-  fs::create_directories(home);
-  std::string log = (home / "board.log").string();
+struct LogLines {
+  std::vector<std::string> frames;  // what the board received, "<LF>" for the line feed
+  std::vector<std::string> holes;   // "X=.. Y=.." of each confirmed hole
+};
 
-  Child sim({BOARD_SIM_EXE, "--link", (home / "ports" / "com7").string(), "--log", log, "--instant"}, home.string());
-  ASSERT_NE(sim.read_until("ready", 10).find("ready"), std::string::npos);
-
-  std::ofstream(home / "story.txt") << "click fenetre_moteurs\n"
-                                       "set AdressePort 7\n"
-                                       "wait Shape1 = 10\n"
-                                       "set nb_PasX 12\n"
-                                       "click CommandeX_P\n"
-                                       "wait LabelX = 12\n"
-                                       "click CommandeZ_M\n"
-                                       "quit\n";
-  Child script({SCRIPT_EXE, (home / "story.txt").string()}, home.string());
-  script.read_until("", 60);
-  EXPECT_EQ(script.wait_exit(), 0);
-
-  kill(sim.pid, SIGTERM);
-  EXPECT_EQ(sim.wait_exit(), 0);
-
-  // The frames the board received, in order.
-  std::ifstream in(log);
-  std::vector<std::string> frames, holes;
+// The simulator's log: "<ms> <dir> <bytes>" per line.
+LogLines read_log(const fs::path& path) {
+  LogLines out;
+  std::ifstream in(path);
   for (std::string line; std::getline(in, line);) {
     std::istringstream words(line);
     std::string at, dir, text;
     words >> at >> dir;
     std::getline(words, text);
     if (!text.empty() && text[0] == ' ') text.erase(0, 1);
-    if (dir == ">") frames.push_back(text);
-    if (dir == "*" && text.rfind("X=", 0) == 0) holes.push_back(text);
+    if (dir == ">") out.frames.push_back(text);
+    if (dir == "*") out.holes.push_back(text);
   }
+  return out;
+}
+
+TEST(EndToEnd, ScriptAgainstTheBoardSimulatorOnAPseudoTerminal) {
+  Home home("story");
+  const fs::path log = home.dir / "board.log";
+
+  ChildProcess sim({BOARD_SIM_EXE, "--link", (home.dir / "ports" / "com7").string(), "--log", log.string(), "--instant"},
+                   home.str());
+  ASSERT_TRUE(sim.read_until("ready", 10)) << sim.out() << sim.err();
+
+  // The port is typed first, on the page that shows it, then the manual
+  // commands: an X move of 12 steps and one punch cycle.
+  ChildProcess script({SCRIPT_EXE, "-"}, home.str(),
+                      "click fenetre_moteurs\n"
+                      "set AdressePort 7\n"
+                      "wait Shape1 = 10\n"
+                      "set nb_PasX 12\n"
+                      "click CommandeX_P\n"
+                      "wait LabelX = 12\n"
+                      "click CommandeZ_M\n"
+                      "quit\n");
+  EXPECT_EQ(script.wait_exit(60), 0) << script.err();
+  EXPECT_EQ(sim.terminate(10), 0) << sim.err();
+
+  const LogLines got = read_log(log);
   const std::vector<std::string> expected = {
+      // the connection's parameter push, default fields
       "NUxxxxx<LF>", "PX05000<LF>", "PY07500<LF>", "OX00220<LF>", "IZ00002<LF>", "MZ00012<LF>", "cpxxxxx<LF>",
       "AGxxxxx<LF>", "mX00012<LF>", "ZGxxxxx<LF>",  // manual X move, half steps by default
       "AGxxxxx<LF>", "CZxxxxx<LF>", "ZGxxxxx<LF>",  // manual punch, automatic cycle by default
-      "ZGxxxxx<LF>",                                // the quit sequence
+      "ZGxxxxx<LF>",                                // the quit sequence, port open
   };
-  EXPECT_EQ(frames, expected);
-  EXPECT_EQ(holes, std::vector<std::string>{"X=12 Y=0"});
-  fs::remove_all(home);
+  EXPECT_EQ(got.frames, expected);
+  EXPECT_EQ(got.holes, std::vector<std::string>{"X=12 Y=0"});
+}
+
+TEST(EndToEnd, ExitStatusAndMessagesOfTheScriptConsole) {
+  struct Case {
+    const char* name;
+    std::string script;
+    int status;
+    std::string out;
+    std::string err_has;
+  } cases[] = {
+      {"every expectation holds", "print VitesseX\nexpect Demipas = 1\n", 0, "VitesseX=5000\n", ""},
+      {"an expectation fails", "# defaults\nprint VitesseX\nexpect VitesseX = 4000\nprint Demipas\n", 1,
+       "VitesseX=5000\n", "ligne 3 : expect VitesseX = 4000\n  attendu VitesseX = « 4000 », lu « 5000 »"},
+      {"an unknown command", "print VitesseX\nfly away\n", 2, "VitesseX=5000\n", "ligne 2 : fly away"},
+      {"an unknown field", "expect Nowhere = 1\n", 2, "", "ligne 1 : expect Nowhere = 1"},
+      {"a quit ends the script well", "quit\nexpect VitesseX = 4000\n", 0, "", ""},
+  };
+  for (const auto& c : cases) {
+    Home home("status");
+    ChildProcess script({SCRIPT_EXE, "-"}, home.str(), c.script);
+    EXPECT_EQ(script.wait_exit(30), c.status) << c.name << "\n" << script.err();
+    EXPECT_EQ(script.out(), c.out) << c.name;
+    EXPECT_NE(script.err().find(c.err_has), std::string::npos) << c.name << "\n" << script.err();
+  }
+}
+
+TEST(EndToEnd, UsageAndUnreadableScripts) {
+  Home home("usage");
+  ChildProcess none({SCRIPT_EXE}, home.str());
+  EXPECT_EQ(none.wait_exit(30), 2);
+  EXPECT_NE(none.err().find("usage"), std::string::npos) << none.err();
+  ChildProcess missing({SCRIPT_EXE, (home.dir / "absent.txt").string()}, home.str());
+  EXPECT_EQ(missing.wait_exit(30), 2);
+  EXPECT_NE(missing.err().find("absent.txt"), std::string::npos) << missing.err();
+}
+
+TEST(EndToEnd, TheQuitOfOneScriptLeavesTheOthersRunning) {
+  // The window's quit ends every process of the program; a script's quit
+  // ends only its own, so scripts can run side by side.
+  Home home("siblings");
+  ChildProcess slow({SCRIPT_EXE, "-"}, home.str(), "pause 1500\nprint VitesseX\n");
+  ChildProcess quick({SCRIPT_EXE, "-"}, home.str(), "pause 200\nquit\n");
+  EXPECT_EQ(quick.wait_exit(30), 0) << quick.err();
+  EXPECT_EQ(slow.wait_exit(30), 0) << slow.err();
+  EXPECT_EQ(slow.out(), "VitesseX=5000\n");
 }
 
 }  // namespace
+}  // namespace brivel::test

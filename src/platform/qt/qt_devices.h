@@ -1,6 +1,6 @@
-// Device arrival and removal from udev, on the tty subsystem. An arrival of
-// a device that has a port number is told as type 3, identity 0, "COM<n>";
-// any removal is told as it comes. Without udev nothing is told.
+// Device arrival and removal from udev, for serial ports and USB devices. An
+// arrival of a device that has a port number is told as type 3, identity 0,
+// "COM<n>"; any removal is told as it comes. Without udev nothing is told.
 #pragma once
 
 #include <QSocketNotifier>
@@ -14,6 +14,14 @@ struct udev;
 struct udev_monitor;
 
 namespace brivel {
+
+// What one udev event tells the console: an arrival of
+// a numbered port ("COM<n>"), a removal, or nothing.
+struct DeviceChange {
+  enum Kind { None, Arrival, Removal } kind = None;
+  std::string name;  // "COM<n>" for an arrival
+};
+DeviceChange device_change(const std::string& action, const std::string& devnode, const std::string& ports_folder);
 
 class QtDevices : public DeviceNotifier {
  public:

@@ -13,16 +13,16 @@ bool have_widgets() { return qobject_cast<QApplication*>(QCoreApplication::insta
 QWidget* parent() { return QApplication::activeWindow(); }
 }  // namespace
 
-std::string qt_filter(const std::string& filter) {
+static std::vector<std::string> qt_filters(const std::string& filter) {
   // Pairs of "description|pattern|"; Qt wants the descriptions, which carry
-  // their pattern in brackets, joined by ";;".
-  std::string out;
+  // their pattern in brackets.
+  std::vector<std::string> out;
   std::size_t pos = 0;
   bool description = true;
   while (pos < filter.size()) {
     std::size_t bar = filter.find('|', pos);
     std::string part = filter.substr(pos, bar == std::string::npos ? std::string::npos : bar - pos);
-    if (description && !part.empty()) out += (out.empty() ? "" : ";;") + part;
+    if (description && !part.empty()) out.push_back(part);
     description = !description;
     if (bar == std::string::npos) break;
     pos = bar + 1;
@@ -30,12 +30,27 @@ std::string qt_filter(const std::string& filter) {
   return out;
 }
 
+std::string qt_filter(const std::string& filter) {
+  std::string out;
+  for (const auto& f : qt_filters(filter)) out += (out.empty() ? "" : ";;") + f;
+  return out;
+}
+
+std::string qt_selected_filter(const std::string& filter, int index) {
+  std::vector<std::string> all = qt_filters(filter);
+  if (all.empty()) return "";
+  if (index < 1 || index > static_cast<int>(all.size())) index = 1;
+  return all[static_cast<std::size_t>(index - 1)];
+}
+
 std::string QtDialogs::open_file(const FileDialogRequest& req) {
   if (!have_widgets()) return "";
   QString filter = QString::fromStdString(qt_filter(req.filter));
+  QString selected = QString::fromStdString(qt_selected_filter(req.filter, req.filter_index));
   QString start = QString::fromStdString(req.start_name);
-  if (!req.multi_select) return QFileDialog::getOpenFileName(parent(), QString(), start, filter).toStdString();
-  QStringList files = QFileDialog::getOpenFileNames(parent(), QString(), start, filter);
+  if (!req.multi_select)
+    return QFileDialog::getOpenFileName(parent(), QString(), start, filter, &selected).toStdString();
+  QStringList files = QFileDialog::getOpenFileNames(parent(), QString(), start, filter, &selected);
   if (files.isEmpty()) return "";
   if (files.size() == 1) return files.front().toStdString();
   // Several files: the folder, then each name, separated by zero characters.
@@ -51,8 +66,9 @@ std::string QtDialogs::save_file(const FileDialogRequest& req) {
   if (!have_widgets()) return "";
   QFileDialog::Options opts;
   if (!req.overwrite_prompt) opts |= QFileDialog::DontConfirmOverwrite;
+  QString selected = QString::fromStdString(qt_selected_filter(req.filter, req.filter_index));
   return QFileDialog::getSaveFileName(parent(), QString(), QString::fromStdString(req.start_name),
-                                      QString::fromStdString(qt_filter(req.filter)), nullptr, opts)
+                                      QString::fromStdString(qt_filter(req.filter)), &selected, opts)
       .toStdString();
 }
 

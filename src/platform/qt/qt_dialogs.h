@@ -3,12 +3,18 @@
 // button.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "platform/platform.h"
 
 namespace brivel {
 
 // "Fichiers (*.mid)|*.mid|Tous (*.*)|*.*|" -> "Fichiers (*.mid);;Tous (*.*)"
 std::string qt_filter(const std::string& filter);
+// The entry of a filter chosen by its 1-based index ("Tous (*.*)" for 2
+// above); the first entry for an index out of range, "" without filter.
+std::string qt_selected_filter(const std::string& filter, int index);
 
 class QtDialogs : public Dialogs {
  public:

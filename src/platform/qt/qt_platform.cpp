@@ -8,6 +8,7 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QTime>
@@ -16,7 +17,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <vector>
 
+#include "platform/qt/desktop.h"
 #include "platform/qt/port_table.h"
 #include "platform/qt/qt_devices.h"
 #include "platform/qt/qt_dialogs.h"
@@ -26,7 +29,6 @@ namespace brivel {
 
 struct QtPlatform::Impl {
   QElapsedTimer clock;
-  QTimer wake;  // ends a blocking turn at its wake limit
   QtSerialPort serial;
   QtDevices devices;
   QtDialogs real_dialogs;
@@ -37,13 +39,16 @@ struct QtPlatform::Impl {
     bool running = false;
   };
   std::map<int, Timer> timers;
+  // Timers removed while a tick was being handled: their signal may still be
+  // on the stack, so they are deleted at the next turn taken outside any tick.
+  std::vector<std::unique_ptr<QTimer>> retired;
+  int ticks_on_stack = 0;
   int next_timer = 1;
   bool busy = false;
 };
 
 QtPlatform::QtPlatform() : d_(std::make_unique<Impl>()) {
   d_->clock.start();
-  d_->wake.setSingleShot(true);
   d_->dialogs = &d_->real_dialogs;
 }
 
@@ -57,15 +62,22 @@ void QtPlatform::set_ports_folder(const std::string& folder) {
 void QtPlatform::set_dialogs(Dialogs* dialogs) { d_->dialogs = dialogs ? dialogs : &d_->real_dialogs; }
 
 void QtPlatform::turn(int wake_within_ms) {
+  if (d_->ticks_on_stack == 0) d_->retired.clear();
   if (wake_within_ms == 0) {
     QCoreApplication::processEvents(QEventLoop::AllEvents);
     return;
   }
   // Block until something happens (a reply byte, a timer, a click), but no
   // longer than the caller's deadline: a run costs no CPU while it waits.
-  if (wake_within_ms > 0) d_->wake.start(wake_within_ms);
+  // Each turn has its own wake-up, so a turn nested in a handler cannot take
+  // away the deadline of the turn below it.
+  QTimer wake;
+  if (wake_within_ms > 0) {
+    wake.setSingleShot(true);
+    wake.setTimerType(Qt::PreciseTimer);
+    wake.start(wake_within_ms);
+  }
   QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-  d_->wake.stop();
 }
 
 int32_t QtPlatform::tick_ms() { return static_cast<int32_t>(d_->clock.elapsed()); }
@@ -81,11 +93,14 @@ int QtPlatform::add_timer(int interval_ms, std::function<void()> on_tick) {
   t.fn = std::move(on_tick);
   QObject::connect(t.timer.get(), &QTimer::timeout, [this, id] {
     auto it = d_->timers.find(id);
-    // A handler still on the stack (waiting inside) is not entered again.
+    // A handler still on the stack (waiting inside) is not entered again:
+    // that tick is lost, as the older timers lost theirs.
     if (it == d_->timers.end() || it->second.running) return;
     it->second.running = true;
-    auto fn = it->second.fn;
+    ++d_->ticks_on_stack;
+    auto fn = it->second.fn;  // the handler may remove its own timer
     fn();
+    --d_->ticks_on_stack;
     it = d_->timers.find(id);
     if (it != d_->timers.end()) it->second.running = false;
   });
@@ -97,8 +112,7 @@ void QtPlatform::remove_timer(int id) {
   auto it = d_->timers.find(id);
   if (it == d_->timers.end()) return;
   it->second.timer->stop();
-  // The timer may be removed from inside its own handler: delete it later.
-  it->second.timer.release()->deleteLater();
+  d_->retired.push_back(std::move(it->second.timer));
   d_->timers.erase(it);
 }
 
@@ -114,12 +128,15 @@ void QtPlatform::set_busy(bool busy) {
 }
 
 bool QtPlatform::open_document(const std::string& path_or_url) {
-  QUrl url = QUrl::fromUserInput(QString::fromStdString(path_or_url), QDir::currentPath());
-  return QDesktopServices::openUrl(url);
+  QUrl url = document_url(path_or_url, QDir::currentPath());
+  return url.isValid() && QDesktopServices::openUrl(url);
 }
 
 bool QtPlatform::start_command_file(const std::string& path) {
   QString p = QString::fromStdString(path);
+  if (!QFileInfo(p).isFile()) return false;
+  // In a terminal window, so that the operator sees what the command says;
+  // without one, in the background.
   if (QProcess::startDetached("x-terminal-emulator", {"-e", "sh", p})) return true;
   return QProcess::startDetached("sh", {p});
 }

@@ -5,6 +5,7 @@
 
 #include <QMetaObject>
 
+#include "platform/qt/line_settings.h"
 #include "platform/qt/port_table.h"
 
 namespace brivel {
@@ -12,9 +13,17 @@ namespace brivel {
 QtSerialPort::QtSerialPort() {
   QObject::connect(&port_, &QSerialPort::readyRead, &context_, [this] { on_ready_read(); });
   QObject::connect(&port_, &QSerialPort::errorOccurred, &context_, [this](QSerialPort::SerialPortError e) {
-    // A device pulled out from under us: the port is gone, and the waits see
-    // it closed.
-    if (e == QSerialPort::ResourceError && port_.isOpen()) port_.close();
+    // A device pulled out from under us: the port is gone and the program
+    // sees it closed. The close waits for the next turn, out of the serial
+    // library's own call, and leaves alone a port opened again meanwhile.
+    if (e != QSerialPort::ResourceError || !port_.isOpen()) return;
+    const unsigned opening = opening_;
+    QMetaObject::invokeMethod(
+        &context_,
+        [this, opening] {
+          if (opening == opening_) close();
+        },
+        Qt::QueuedConnection);
   });
 }
 
@@ -43,6 +52,7 @@ bool QtSerialPort::open() {
   // pseudo-terminal that claim outlives a killed program and would keep a
   // restarted one out, so we don't rely on it.
   ioctl(port_.handle(), TIOCNXCL);
+  ++opening_;
   buffer_.clear();
   return true;
 }
@@ -53,18 +63,20 @@ void QtSerialPort::close() {
 }
 
 void QtSerialPort::set_settings(std::string_view settings) {
-  // "57600,n,8,1": baud, parity, data bits, stop bits.
-  std::string s(settings);
-  int baud = 57600;
-  char parity = 'n';
-  int bits = 8, stop = 1;
-  std::sscanf(s.c_str(), "%d,%c,%d,%d", &baud, &parity, &bits, &stop);
-  port_.setBaudRate(baud);
-  port_.setParity(parity == 'e' || parity == 'E' ? QSerialPort::EvenParity
-                  : parity == 'o' || parity == 'O' ? QSerialPort::OddParity
-                                                   : QSerialPort::NoParity);
-  port_.setDataBits(bits == 7 ? QSerialPort::Data7 : QSerialPort::Data8);
-  port_.setStopBits(stop == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
+  std::optional<LineSettings> ls = parse_line_settings(settings);
+  if (!ls) return;
+  port_.setBaudRate(ls->baud);
+  switch (ls->parity) {
+    case 'e': port_.setParity(QSerialPort::EvenParity); break;
+    case 'o': port_.setParity(QSerialPort::OddParity); break;
+    case 'm': port_.setParity(QSerialPort::MarkParity); break;
+    case 's': port_.setParity(QSerialPort::SpaceParity); break;
+    default: port_.setParity(QSerialPort::NoParity); break;
+  }
+  port_.setDataBits(static_cast<QSerialPort::DataBits>(ls->data_bits));
+  port_.setStopBits(ls->stop_halves == 4   ? QSerialPort::TwoStop
+                    : ls->stop_halves == 3 ? QSerialPort::OneAndHalfStop
+                                           : QSerialPort::OneStop);
 }
 
 // A pseudo-terminal has no modem lines: setting them fails there (ENOTTY),
@@ -84,8 +96,18 @@ void QtSerialPort::set_rthreshold(int n) {
 
 bool QtSerialPort::write(std::string_view bytes) {
   if (!port_.isOpen()) return false;
+  port_.clearError();
   qint64 n = port_.write(bytes.data(), static_cast<qint64>(bytes.size()));
-  return n == static_cast<qint64>(bytes.size());
+  // Out on the line now, as the older controls did, and not at the next
+  // turn: a frame's eight bytes go in one write to the device.
+  if (n == static_cast<qint64>(bytes.size())) port_.flush();
+  QSerialPort::SerialPortError e = port_.error();
+  if (n != static_cast<qint64>(bytes.size()) || e == QSerialPort::WriteError || e == QSerialPort::ResourceError) {
+    // The device is gone (or never answers a write): nothing more will pass.
+    close();
+    return false;
+  }
+  return true;
 }
 
 std::string QtSerialPort::input() {
@@ -95,9 +117,15 @@ std::string QtSerialPort::input() {
 }
 
 void QtSerialPort::on_ready_read() {
+  if (!port_.isOpen()) return;
   QByteArray data = port_.readAll();
   buffer_.append(std::string_view(data.constData(), static_cast<std::size_t>(data.size())));
   dispatch();
+  // Bytes that came in while a handler waited inside this one raise no
+  // signal of their own (the serial library doesn't nest it): fetch them at
+  // the next turn.
+  if (port_.isOpen() && port_.bytesAvailable() > 0)
+    QMetaObject::invokeMethod(&context_, [this] { on_ready_read(); }, Qt::QueuedConnection);
 }
 
 void QtSerialPort::dispatch() {

@@ -1,6 +1,8 @@
 // The serial port on QSerialPort, with the receive-event behaviour of the
 // older serial controls (see ReceiveBuffer). The receive handler runs only
-// while the Qt event loop processes events, that is inside a turn.
+// while the Qt event loop processes events, that is inside a turn. A write
+// reaches the device at once, whole; a device that has gone fails the write
+// and leaves the port closed.
 #pragma once
 
 #include <QObject>
@@ -47,6 +49,7 @@ class QtSerialPort : public SerialPort {
   std::string ports_folder_;
   int number_ = 1;
   bool dispatch_queued_ = false;
+  unsigned opening_ = 0;  // counts the openings, to tell a stale loss report
 };
 
 }  // namespace brivel
