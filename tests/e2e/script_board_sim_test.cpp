@@ -68,6 +68,19 @@ TEST(EndToEnd, ScriptAgainstTheBoardSimulatorOnAPseudoTerminal) {
                       "click CommandeZ_M\n"
                       "quit\n");
   EXPECT_EQ(script.wait_exit(60), 0) << script.err();
+
+  // The program is gone; a new one opens the same port and finds the board
+  // as it was left: its head at 12, so 12 more steps punch at 24.
+  ChildProcess again({SCRIPT_EXE, "-"}, home.str(),
+                     "click fenetre_moteurs\n"
+                     "set AdressePort 7\n"
+                     "wait Shape1 = 10\n"
+                     "set nb_PasX 12\n"
+                     "click CommandeX_P\n"
+                     "wait LabelX = 12\n"
+                     "click CommandeZ_M\n"
+                     "quit\n");
+  EXPECT_EQ(again.wait_exit(60), 0) << again.err();
   EXPECT_EQ(sim.terminate(10), 0) << sim.err();
 
   const LogLines got = read_log(log);
@@ -78,8 +91,10 @@ TEST(EndToEnd, ScriptAgainstTheBoardSimulatorOnAPseudoTerminal) {
       "AGxxxxx<LF>", "CZxxxxx<LF>", "ZGxxxxx<LF>",  // manual punch, automatic cycle by default
       "ZGxxxxx<LF>",                                // the quit sequence, port open
   };
-  EXPECT_EQ(got.frames, expected);
-  EXPECT_EQ(got.holes, std::vector<std::string>{"X=12 Y=0"});
+  std::vector<std::string> twice = expected;
+  twice.insert(twice.end(), expected.begin(), expected.end());
+  EXPECT_EQ(got.frames, twice);
+  EXPECT_EQ(got.holes, (std::vector<std::string>{"X=12 Y=0", "X=24 Y=0"}));
 }
 
 TEST(EndToEnd, ExitStatusAndMessagesOfTheScriptConsole) {
