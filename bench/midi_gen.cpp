@@ -28,9 +28,8 @@ struct Ev {
 };
 
 std::string track_body(std::vector<Ev> evs) {
-  std::stable_sort(evs.begin(), evs.end(), [](const Ev& a, const Ev& b) {
-    return a.tick != b.tick ? a.tick < b.tick : a.order < b.order;
-  });
+  std::stable_sort(evs.begin(), evs.end(),
+                   [](const Ev& a, const Ev& b) { return a.tick != b.tick ? a.tick < b.tick : a.order < b.order; });
   std::string body;
   uint32_t now = 0;
   uint8_t status = 0;
@@ -66,7 +65,9 @@ std::string write_smf(const Piece& p) {
     tracks.push_back(conductor);
   }
   for (std::size_t i = 0; i < p.tracks.size(); ++i) {
-    std::vector<Ev> evs;
+    // Format 0 has one track: every note goes into it.
+    if (p.format != 0 || tracks.empty()) tracks.emplace_back();
+    std::vector<Ev>& evs = tracks.back();
     if (p.format != 1 && i == 0)
       for (const Tempo& t : p.tempi) evs.push_back(tempo_event(t));
     for (const Note& n : p.tracks[i]) {
@@ -74,7 +75,6 @@ std::string write_smf(const Piece& p) {
       evs.push_back({n.start_tick, 2, std::string{on, static_cast<char>(n.key), static_cast<char>(n.velocity)}});
       evs.push_back({n.start_tick + n.length_ticks, 0, std::string{on, static_cast<char>(n.key), 0}});
     }
-    tracks.push_back(std::move(evs));
   }
   std::string out = "MThd";
   out += std::string("\x00\x00\x00\x06", 4);
@@ -87,10 +87,11 @@ std::string write_smf(const Piece& p) {
   return out;
 }
 
-Piece make_piece(std::size_t target_bytes, int tracks, int tempi) {
+Piece make_piece(std::size_t target_bytes, int tracks, int tempi, int format) {
   static const uint8_t scale[] = {48, 50, 53, 55, 57, 60, 62, 64, 65, 66, 67, 69, 70, 71, 72,
                                   73, 74, 75, 76, 77, 78, 79, 80, 81, 82, 83, 84, 86, 68};
   Piece p;
+  p.format = format;
   p.tracks.resize(std::max(1, tracks));
   // About 4 bytes per note event pair under running status, 2 events per note.
   const std::size_t notes = std::max<std::size_t>(1, target_bytes / 7);

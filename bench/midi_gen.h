@@ -26,12 +26,14 @@ struct Piece {
 };
 
 // The file's bytes. Note-offs are note-ons of velocity 0 under running
-// status; tempi go to a track of their own in format 1.
+// status; tempi go to a track of their own in format 1, into the first
+// track otherwise. In format 0 all note tracks are merged into one.
 std::string write_smf(const Piece& p);
 
 // A piece of about `target_bytes`: `tracks` note tracks with chords of three
 // keys from the default scale, a long held note every bar, and `tempi`
 // tempo changes spread evenly over it (the decoder takes at most 998).
-Piece make_piece(std::size_t target_bytes, int tracks, int tempi);
+// Format 0 puts all of it in one track; format 1 adds a tempo track.
+Piece make_piece(std::size_t target_bytes, int tracks, int tempi, int format = 1);
 
 }  // namespace brivel::gen

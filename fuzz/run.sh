@@ -1,14 +1,18 @@
 #!/usr/bin/env bash
 # Builds the decoder's fuzz target with clang (libFuzzer, address and
-# undefined-behaviour sanitizers) and runs it for SECONDS (default 600) on
-# the seed corpus. Findings land in build-fuzz/ as crash-* files.
+# undefined-behaviour sanitizers) in build-fuzz and runs it for SECONDS
+# (default 600) on the seed corpus; further arguments go to the fuzzer
+# (for example -max_len=20000 to cross many read windows). Findings land in build-fuzz/ as crash-*,
+# leak-* or timeout-* files; each one becomes a regression test.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-600}
-out=build-fuzz
-mkdir -p "$out/corpus"
-cp fuzz/seeds/* "$out/corpus/" 2>/dev/null || true
-clang++ -std=c++20 -g -O1 -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=undefined -Isrc \
-  fuzz/vertalen_fuzz.cpp src/import/vertalen.cpp src/core/numbers.cpp src/core/cp1252.cpp -o "$out/vertalen_fuzz"
-cd "$out"
-./vertalen_fuzz -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 corpus
+b=build-fuzz
+CC=clang CXX=clang++ cmake -S . -B "$b" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBRIVEL_FUZZ=ON \
+  -DBRIVEL_GUI=OFF -DBRIVEL_TESTS=OFF > /dev/null
+cmake --build "$b" --target vertalen_fuzz
+mkdir -p "$b/corpus"
+cp fuzz/seeds/* data/sample.mid "$b/corpus/"
+cd "$b"
+./fuzz/vertalen_fuzz -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+  -dict=../fuzz/midi.dict "${@:2}" corpus

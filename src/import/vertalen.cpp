@@ -7,99 +7,17 @@
 
 #include "core/cp1252.h"
 #include "core/numbers.h"
+#include "import/midi_erreurs.h"
+#include "import/midi_lecture.h"
 
 namespace brivel {
 
 namespace {
 
-// Texts of the stops. Codes 1 to 7 are those of the converter the operator
-// knows; 8 and up are our refusals of files whose timing we can't read.
-constexpr const char* kEof = "*** Midifile corrupt, unexpected EOF.";
-constexpr const char* kDeltaTime = "Midifile corrupt, deltatime invalid format.";
-constexpr const char* kRunningStatus = "Midifile corrupt, running status error. ";
-constexpr const char* kNoMThd = "Midifile corrupt: header MThd not in file.";
-constexpr const char* kNoMTrk = "Midifile corrupt, header MTrk not in file.";
-constexpr const char* kTempi = "More than 999 tempochanges. cannot continue processinf.";
-constexpr const char* kSmpte =
-    "Fichier Midi refusé : sa division temporelle est en images par seconde (SMPTE), Brivel ne lit que les "
-    "divisions en tops par noire.";
-constexpr const char* kDivisionZero = "Fichier Midi refusé : sa division temporelle vaut 0.";
-constexpr const char* kHeaderTooLarge =
-    "Fichier Midi refusé : un champ de son en-tête (format, nombre de pistes ou division) dépasse 32767.";
-
 constexpr int kTempoEntries = 1001;
 constexpr int32_t kEndOfTable = 9999999;
 constexpr int kChannels = 17;  // channels 1..16 by the low nibble plus 1
 constexpr const char* kPitchClasses[12] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
-
-struct Stop {
-  int16_t code;
-  const char* text;
-  bool with_location;
-};
-
-// The file through the converter's read window: bytes are read one by one
-// within a window that is refilled 1100 bytes at a time, with 100 bytes of
-// look-ahead kept; reading at the window's end with nothing left in the file
-// is the "unexpected EOF". Fields fetched as a block (tempo bytes, meta
-// texts) may look ahead into the window and find blanks behind the data.
-class Reader {
- public:
-  Reader(std::string_view data, const std::function<void(int64_t, int64_t)>& gauge) : d_(data), gauge_(gauge) {
-    const int64_t len = static_cast<int64_t>(d_.size());
-    if (len <= 1100) {
-      loaded_ = usable_ = len;
-    } else {
-      loaded_ = 1100;
-      usable_ = 1000;
-    }
-    report();
-  }
-
-  int64_t pos() const { return pos_; }
-  void seek(int64_t p) { pos_ = p; }
-  void skip(int64_t n) { pos_ += n; }
-
-  uint8_t byte() {
-    ensure();
-    return peek_at(pos_++);
-  }
-
-  // A block fetch: no window check; behind the data stand blanks.
-  std::string block(int64_t n) {
-    std::string s;
-    s.reserve(static_cast<std::size_t>(std::max<int64_t>(0, n)));
-    for (int64_t i = 0; i < n; ++i) s.push_back(static_cast<char>(peek_at(pos_ + i)));
-    pos_ += n;
-    return s;
-  }
-
-  // The window check alone, as made before a byte is read.
-  void ensure() {
-    while (pos_ >= usable_) {
-      const int64_t len = static_cast<int64_t>(d_.size());
-      if (loaded_ >= len) throw Stop{1, kEof, true};
-      const int64_t slice = std::min<int64_t>(1100, len - loaded_);
-      loaded_ += slice;
-      usable_ = slice == 1100 ? loaded_ - 100 : loaded_;
-      report();
-    }
-  }
-
- private:
-  uint8_t peek_at(int64_t p) const {
-    return p >= 0 && p < static_cast<int64_t>(d_.size()) ? static_cast<uint8_t>(d_[static_cast<std::size_t>(p)]) : ' ';
-  }
-  void report() {
-    if (gauge_) gauge_(pos_ + 1, static_cast<int64_t>(d_.size()) + 101);
-  }
-
-  std::string_view d_;
-  const std::function<void(int64_t, int64_t)>& gauge_;
-  int64_t pos_ = 0;
-  int64_t loaded_ = 0;
-  int64_t usable_ = 0;
-};
 
 // Fixed-width unsigned decimal fields, keeping the low digits of a value too
 // long for them (widths up to 7).
@@ -125,19 +43,9 @@ class Converter {
     VertalenResult result;
     try {
       convert();
-    } catch (const Stop& s) {
-      result.midi_erreur_code = s.code;
-      result.midi_erreur_texte = s.text;
-      if (s.with_location) {
-        static const char* hex = "0123456789ABCDEF";
-        std::string h;
-        int64_t v = location_;
-        do {
-          h.insert(h.begin(), hex[v % 16]);
-          v /= 16;
-        } while (v > 0);
-        result.midi_erreur_texte += "\r\n    Events processed until loc hex: " + h;
-      }
+    } catch (const ArretMidi& a) {
+      result.midi_erreur_code = a.code;
+      result.midi_erreur_texte = texte_arret_midi(a, location_);
     }
     if (sink_) {
       flush_out();
@@ -149,17 +57,19 @@ class Converter {
 
  private:
   void convert() {
-    if (r_.block(4) != "MThd") throw Stop{5, kNoMThd, false};
-    const int64_t header_len = be(r_.block(4));
-    const int64_t format = be(r_.block(2));
-    const int64_t tracks = be(r_.block(2));
-    const int64_t division = be(r_.block(2));
-    if (division & 0x8000) throw Stop{8, kSmpte, false};
-    if (format > 32767 || tracks > 32767) throw Stop{9, kHeaderTooLarge, false};
-    if (division == 0) throw Stop{10, kDivisionZero, false};
+    if (r_.bloc(4) != "MThd") throw ArretMidi{kMidiSansMThd, false};
+    const int64_t header_len = be(r_.bloc(4));
+    const int64_t format = be(r_.bloc(2));
+    const int64_t tracks = be(r_.bloc(2));
+    const int64_t division = be(r_.bloc(2));
+    // The converter holds these in 16 bits: a file that needs more, or whose
+    // ticks have no length in a quarter note, is refused before any line.
+    if (division & 0x8000) throw ArretMidi{kMidiDivisionSmpte, false};
+    if (format > 32767 || tracks > 32767) throw ArretMidi{kMidiEnTeteTropGrand, false};
+    if (division == 0) throw ArretMidi{kMidiDivisionNulle, false};
     format1_ = format == 1;
     division_ = static_cast<double>(division);
-    r_.seek(header_len + 8);
+    r_.place(header_len + 8);
     tempo_tick_.fill(kEndOfTable);
     tempo_us_.fill(500000);
     tempo_tick_[0] = 0;
@@ -173,7 +83,7 @@ class Converter {
     out_ += "\r\nENDF 9999999\r\n";
   }
 
-  static int64_t be(const std::string& bytes) {
+  static int64_t be(std::string_view bytes) {
     int64_t v = 0;
     for (char c : bytes) v = v * 256 + static_cast<uint8_t>(c);
     return v;
@@ -182,9 +92,9 @@ class Converter {
   float ms_per_tick(int32_t tempo) const { return static_cast<float>(static_cast<double>(tempo) / division_ / 1000.0); }
 
   void track(bool first_of_format1) {
-    r_.ensure();
-    if (r_.block(4) != "MTrk") throw Stop{6, kNoMTrk, false};
-    r_.skip(4);  // the chunk's length: a track ends at its End of Track
+    r_.verifie();
+    if (r_.bloc(4) != "MTrk") throw ArretMidi{kMidiSansMTrk, false};
+    r_.saute(4);  // the chunk's length: a track ends at its End of Track
     for (auto& ch : debut_tick_) ch.fill(-1);
     open_.clear();
     for (auto& ch : nb_actives_) ch.fill(0);
@@ -260,26 +170,26 @@ class Converter {
     // Delta time: at most four bytes.
     int64_t delta = 0;
     for (int n = 0;; ++n) {
-      const uint8_t b = r_.byte();
+      const uint8_t b = r_.octet();
       delta = delta * 128 + (b & 0x7F);
       if (!(b & 0x80)) break;
-      if (n == 3) throw Stop{2, kDeltaTime, true};
+      if (n == 3) throw ArretMidi{kMidiDeltaInvalide, true};
     }
     tick_ = static_cast<int32_t>(std::min<int64_t>(tick_ + delta, 0x7FFFFFFF));
     walk();
-    location_ = r_.pos();
-    uint8_t b = r_.byte();
+    location_ = r_.position();
+    uint8_t b = r_.octet();
     if (b >= 0x80) {
       statut_ = b;
     } else {
-      if (statut_ < 0x80 || statut_ > 0xEF) throw Stop{3, kRunningStatus, true};
-      r_.skip(-1);  // the byte stands as the first data byte
+      if (statut_ < 0x80 || statut_ > 0xEF) throw ArretMidi{kMidiStatutCourant, true};
+      r_.saute(-1);  // the byte stands as the first data byte
     }
     const int channel = (statut_ & 0x0F) + 1;
     switch (statut_ & 0xF0) {
       case 0x80:
       case 0x90: {
-        const uint8_t key = r_.byte(), vel = r_.byte();
+        const uint8_t key = r_.octet(), vel = r_.octet();
         if ((statut_ & 0xF0) == 0x90 && vel > 0)
           note_on(channel, key, vel);
         else
@@ -288,7 +198,7 @@ class Converter {
       }
       case 0xA0:
       case 0xB0: {
-        const uint8_t a = r_.byte(), v = r_.byte();
+        const uint8_t a = r_.octet(), v = r_.octet();
         line_head((statut_ & 0xF0) == 0xA0 ? "KAFT" : "CONC", event_time());
         field(channel);
         field(a);
@@ -298,7 +208,7 @@ class Converter {
       }
       case 0xC0:
       case 0xD0: {
-        const uint8_t a = r_.byte();
+        const uint8_t a = r_.octet();
         line_head((statut_ & 0xF0) == 0xC0 ? "PRGC" : "CAFT", event_time());
         field(channel);
         field(a);
@@ -306,7 +216,7 @@ class Converter {
         return true;
       }
       case 0xE0: {
-        const uint8_t lo = r_.byte(), hi = r_.byte();
+        const uint8_t lo = r_.octet(), hi = r_.octet();
         line_head("PBEN", event_time());
         field(channel);
         field(hi * 128 + lo);
@@ -321,19 +231,19 @@ class Converter {
   bool system(uint8_t status) {
     switch (status) {
       case 0xF0:  // system exclusive: up to and including the first 0xF7, no line
-        while (r_.byte() != 0xF7) {
+        while (r_.octet() != 0xF7) {
         }
         return true;
       case 0xF1:
       case 0xF3: {
-        const uint8_t a = r_.byte();
+        const uint8_t a = r_.octet();
         line_head(status == 0xF1 ? "MQTR" : "SNGS", event_time());
         field(a);
         end_line();
         return true;
       }
       case 0xF2: {
-        const uint8_t lo = r_.byte(), hi = r_.byte();
+        const uint8_t lo = r_.octet(), hi = r_.octet();
         line_head("SNGP", event_time());
         field(hi * 128 + lo);
         end_line();
@@ -352,12 +262,12 @@ class Converter {
   }
 
   bool meta() {
-    const uint8_t type = r_.byte();
-    int64_t length = r_.byte();
-    if (length > 127) length = (length - 128) * 128 + r_.byte();
+    const uint8_t type = r_.octet();
+    int64_t length = r_.octet();
+    if (length > 127) length = (length - 128) * 128 + r_.octet();
     switch (type) {
       case 0x00: {
-        const uint8_t a = r_.byte(), b = r_.byte();
+        const uint8_t a = r_.octet(), b = r_.octet();
         line_head("SEQN", event_time());
         field(a > 127 ? b + (a - 128) * 128 : b);
         end_line();
@@ -374,7 +284,7 @@ class Converter {
         line_head(names[type - 1], event_time());
         *end_++ = ' ';
         flush_line();
-        out_ += r_.block(length);
+        out_ += r_.bloc(length);
         end_line();
         return true;
       }
@@ -385,14 +295,14 @@ class Converter {
         return true;
       case 0x54: {
         uint8_t v[5];
-        for (auto& x : v) x = r_.byte();
+        for (auto& x : v) x = r_.octet();
         line_head("SMPT", event_time());
         for (uint8_t x : v) field(x);
         end_line();
         return true;
       }
       case 0x58: {
-        const uint8_t num = r_.byte(), power = r_.byte(), clocks = r_.byte(), quarter = r_.byte();
+        const uint8_t num = r_.octet(), power = r_.octet(), clocks = r_.octet(), quarter = r_.octet();
         if (power <= 5) denominator_ = 1 << power;
         line_head("TIME", event_time());
         field(num);
@@ -403,7 +313,7 @@ class Converter {
         return true;
       }
       case 0x59: {
-        const uint8_t a = r_.byte(), b = r_.byte();
+        const uint8_t a = r_.octet(), b = r_.octet();
         line_head("KEYS", event_time());
         field(a);
         field(b);
@@ -411,26 +321,26 @@ class Converter {
         return true;
       }
       default:
-        r_.skip(length);
+        r_.saute(length);
         return true;
     }
   }
 
   void tempo() {
     if (format1_ && !first_) {
-      r_.skip(3);  // later tracks of a format 1 file follow the first one's map
+      r_.saute(3);  // later tracks of a format 1 file follow the first one's map
       return;
     }
-    const int64_t t = be(r_.block(3));
+    const int64_t t = be(r_.bloc(3));
     line_head("TEMP", event_time());
     field(t, 7);
     end_line();
     if (format1_) ++rang_tempo_;
-    if (rang_tempo_ + 1 >= kTempoEntries) throw Stop{7, kTempi, false};
+    if (rang_tempo_ + 1 >= kTempoEntries) throw ArretMidi{kMidiTropDeTempos, false};
     tempo_tick_[rang_tempo_ + 1] = kEndOfTable;
     tempo_us_[rang_tempo_] = static_cast<int32_t>(t);
     tempo_tick_[rang_tempo_] = tick_;
-    if (rang_tempo_ >= 999) throw Stop{7, kTempi, false};
+    if (rang_tempo_ >= 999) throw ArretMidi{kMidiTropDeTempos, false};
   }
 
   void note_on(int channel, uint8_t key, uint8_t vel) {
@@ -480,7 +390,7 @@ class Converter {
   }
 
   static constexpr std::size_t kFlushAt = 1 << 16;
-  Reader r_;
+  LectureMidi r_;
   std::string_view chemin_;
   const std::function<void(std::string_view)>* sink_;
   std::string out_;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cctype>
+#include <cstdint>
 #include <string>
 
 namespace brivel::test {
@@ -19,6 +20,26 @@ inline std::string smf(const std::string& hex) {
       out.push_back(static_cast<char>(high * 16 + v));
       high = -1;
     }
+  }
+  return out;
+}
+
+// A delta time as hex text, as a variable-length quantity: dt(960) is "87 40 ".
+inline std::string dt(uint32_t ticks) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  uint8_t groups[5];
+  int n = 0;
+  do {
+    groups[n++] = ticks & 0x7F;
+    ticks >>= 7;
+  } while (ticks);
+  std::string out;
+  while (n) {
+    --n;
+    const int b = groups[n] | (n ? 0x80 : 0);
+    out += kHex[b >> 4];
+    out += kHex[b & 15];
+    out += ' ';
   }
   return out;
 }

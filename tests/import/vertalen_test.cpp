@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <vector>
 
 #include "import/smf_hex.h"
 
@@ -10,59 +11,191 @@ namespace brivel::test {
 namespace {
 
 constexpr const char* kEnd = "00 FF 2F 00";
+const std::string kLoc = "\r\n    Events processed until loc hex: ";
 
 std::string tail(const char* max5) { return std::string("HEAD ##10000  x.mid ") + max5 + "\r\nENDF 9999999\r\n"; }
 
+// One track of events (hex) behind a header, End of Track added.
+std::string one_track(int format, int division, const std::string& events) {
+  return header(format, 1, division) + track(events + kEnd);
+}
+
+std::string hex_of(const std::string& bytes) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string h;
+  for (unsigned char c : bytes) {
+    h += kHex[c >> 4];
+    h += kHex[c & 15];
+    h += ' ';
+  }
+  return h;
+}
+
+struct Case {
+  const char* what;
+  std::string file;
+  std::string text;
+};
+
+void expect_converted(const Case& c) {
+  VertalenResult r = vertalen(c.file, "x.mid");
+  EXPECT_EQ(r.midi_erreur_code, 0) << c.what << ": " << r.midi_erreur_texte;
+  EXPECT_EQ(r.midi_erreur_texte, "") << c.what;
+  EXPECT_EQ(r.text, c.text) << c.what;
+}
+
 TEST(Vertalen, NotesAndTheirTimes) {
-  struct Case {
-    const char* what;
-    std::string file;
-    std::string text;
-  } cases[] = {
+  const Case cases[] = {
+      {"the NOTE line of the example: 750000 us a quarter at 480, 1.5625 ms a tick",
+       one_track(0, 480, "00 FF 51 03 0B 71 B0 " + dt(640) + "90 3C 64 " + dt(320) + "80 3C 40 "),
+       "TEMP 0000000 000000 0750000\r\n"
+       "NOTE 0001000 000960 00001 00060 00500 00100 C3\r\n"
+       "NOOF 0001500 000960 00001 00060\r\n" +
+           tail("01500")},
       {"division 480 without tempo: tick 960 is 999.99994 ms, shown 1000",
-       header(0, 1, 480) + track(std::string("00 90 3C 64  87 40 80 3C 40 ") + kEnd),
+       one_track(0, 480, "00 90 3C 64 " + dt(960) + "80 3C 40 "),
        "NOTE 0000000 000960 00001 00060 01000 00100 C3\r\nNOOF 0001000 000960 00001 00060\r\n" + tail("01000")},
-      {"overlapping note-ons join; velocity-0 offs under running status; first velocity kept",
-       header(0, 1, 96) + track(std::string("00 90 3C 64  60 3C 50  60 3C 00  60 3C 00 ") + kEnd),
+      {"a note-on of velocity 0 under running status ends the note", one_track(0, 96, "00 90 3C 64  60 3C 00 "),
+       "NOTE 0000000 000096 00001 00060 00500 00100 C3\r\nNOOF 0000500 000096 00001 00060\r\n" + tail("00500")},
+      {"overlapping note-ons join; the first velocity is kept; the second off ends the note",
+       one_track(0, 96, "00 90 3C 64  60 3C 50  60 3C 00  60 3C 00 "),
        "NOTE 0000000 000288 00001 00060 01500 00100 C3\r\nNOOF 0001500 000288 00001 00060\r\n" + tail("01500")},
       {"a note across a tempo change keeps its start and sums both tempos",
-       header(0, 1, 96) + track(std::string("00 90 3C 64  60 FF 51 03 0F 42 40  60 80 3C 40 ") + kEnd),
+       one_track(0, 96, "00 90 3C 64  60 FF 51 03 0F 42 40  60 80 3C 40 "),
        "TEMP 0000500 000096 1000000\r\nNOTE 0000000 000192 00001 00060 01500 00100 C3\r\n"
        "NOOF 0001500 000192 00001 00060\r\n" +
            tail("01500")},
-      {"format 1: later tracks walk the first track's tempo map, and write no tempo line",
-       header(1, 2, 96) + track(std::string("60 FF 51 03 0F 42 40 ") + kEnd) +
-           track(std::string("00 91 30 40  81 40 81 30 00  00 FF 51 03 07 A1 20 ") + kEnd),
-       "TEMP 0000500 000096 1000000\r\nNOTE 0000000 000192 00002 00048 01500 00064 C2\r\n"
-       "NOOF 0001500 000192 00002 00048\r\n" +
-           tail("01500")},
-      {"durations of 100000 ms and more keep their five low digits",
-       header(0, 1, 1) + track(std::string("00 90 00 7F  81 7A 80 00 00 ") + kEnd),
-       "NOTE 0000000 000250 00001 00000 25000 00127 C2\r\nNOOF 0125000 000250 00001 00000\r\n" + tail("25000")},
+      // By hand in single precision: the time already lasted is carried as
+      // (float)(elapsed + product); storing the product first would give
+      // start 62 and duration 12192.
+      {"a note across two tempo changes: the carried time sums the unstored product",
+       one_track(0, 96,
+                 "00 FF 51 03 06 8A 1B " + dt(14) + "90 3C 64 " + dt(764) + "FF 51 03 07 A1 20 " + dt(1588) +
+                     "FF 51 03 05 16 15 " + dt(147) + "80 3C 40 "),
+       "TEMP 0000000 000000 0428571\r\nTEMP 0003473 000778 0500000\r\nTEMP 0011744 002366 0333333\r\n"
+       "NOTE 0000063 002513 00001 00060 12191 00100 C3\r\nNOOF 0012254 002513 00001 00060\r\n" +
+           tail("12254")},
       {"a note-off on a key that isn't open, and a note never ended, give no line",
-       header(0, 1, 96) + track(std::string("00 80 3C 40  00 90 17 40 ") + kEnd), tail("00000")},
-      {"one key on two channels is two notes; key names carry the octave digits",
-       header(0, 1, 96) + track(std::string("00 90 17 40 00 91 17 40 60 80 17 00 00 81 17 00 ") + kEnd),
+       one_track(0, 96, "00 80 3C 40  00 90 17 40 "), tail("00000")},
+      {"one key on two channels is two notes", one_track(0, 96, "00 90 17 40 00 91 17 40 60 80 17 00 00 81 17 00 "),
        "NOTE 0000000 000096 00001 00023 00500 00064 B1\r\nNOOF 0000500 000096 00001 00023\r\n"
        "NOTE 0000000 000096 00002 00023 00500 00064 B1\r\nNOOF 0000500 000096 00002 00023\r\n" +
            tail("00500")},
+      {"one key in two tracks is two notes; the latest end of all tracks goes in HEAD",
+       header(1, 2, 96) + track(std::string("00 90 3C 40 60 80 3C 00 ") + kEnd) +
+           track(std::string("30 90 3C 40 81 40 80 3C 00 ") + kEnd),
+       "NOTE 0000000 000096 00001 00060 00500 00064 C3\r\nNOOF 0000500 000096 00001 00060\r\n"
+       "NOTE 0000250 000240 00001 00060 01000 00064 C3\r\nNOOF 0001250 000240 00001 00060\r\n" +
+           tail("01250")},
+      {"the header's length is honoured: bytes behind the division are skipped",
+       smf("4D 54 68 64 00 00 00 08 00 00 00 01 00 60 AA BB") + track(std::string("00 C0 05 ") + kEnd),
+       "PRGC 0000000 000000 00001 00005\r\n" + tail("00000")},
   };
-  for (const auto& c : cases) {
-    VertalenResult r = vertalen(c.file, "x.mid");
-    EXPECT_EQ(r.midi_erreur_code, 0) << c.what << ": " << r.midi_erreur_texte;
-    EXPECT_EQ(r.text, c.text) << c.what;
-  }
+  for (const auto& c : cases) expect_converted(c);
+}
+
+TEST(Vertalen, TimesAreSinglePrecisionRoundedHalfToEven) {
+  const Case cases[] = {
+      // 5.2083335 ms a tick times 780 is 4062.5002 in single precision; the
+      // exact 4062.5 would go to 4062.
+      {"division 96, tick 780", one_track(0, 96, dt(780) + "B0 07 64 "),
+       "CONC 0004063 000780 00001 00007 00100\r\n" + tail("00000")},
+      // 4.1666665 ms a tick times 57 is 237.49998; the exact 237.5 would go to 238.
+      {"division 120, tick 57", one_track(0, 120, dt(57) + "B0 07 64 "),
+       "CONC 0000237 000057 00001 00007 00100\r\n" + tail("00000")},
+      {"half a millisecond a tick: halves go to the even neighbour",
+       one_track(0, 1000, "01 B0 07 64  02 07 65  02 07 66  02 07 67 "),
+       "CONC 0000000 000001 00001 00007 00100\r\nCONC 0000002 000003 00001 00007 00101\r\n"
+       "CONC 0000002 000005 00001 00007 00102\r\nCONC 0000004 000007 00001 00007 00103\r\n" +
+           tail("00000")},
+  };
+  for (const auto& c : cases) expect_converted(c);
+}
+
+TEST(Vertalen, FieldsTooLongKeepTheirLowDigits) {
+  const Case cases[] = {
+      {"a duration of 125000 ms shows 25000, in NOTE and in HEAD; times keep seven digits",
+       one_track(0, 1, "00 90 00 7F " + dt(250) + "80 00 00 "),
+       "NOTE 0000000 000250 00001 00000 25000 00127 C2\r\nNOOF 0125000 000250 00001 00000\r\n" + tail("25000")},
+      {"tick 1000000 shows 000000", one_track(0, 1000, dt(1000000) + "B0 07 64 "),
+       "CONC 0500000 000000 00001 00007 00100\r\n" + tail("00000")},
+      {"16777215 ms shows 6777215; a tempo above 9999999 us would too",
+       one_track(0, 1, "00 FF 51 03 FF FF FF " + dt(1000) + "B0 07 64 "),
+       "TEMP 0000000 000000 6777215\r\nCONC 6777215 001000 00001 00007 00100\r\n" + tail("00000")},
+  };
+  for (const auto& c : cases) expect_converted(c);
+}
+
+TEST(Vertalen, TempoMapByFormat) {
+  const std::string first = std::string("60 FF 51 03 0F 42 40 ") + kEnd;  // 1000000 us at tick 96
+  const Case cases[] = {
+      {"format 0: the tempo rules from the next event on", one_track(0, 96, "00 FF 51 03 09 27 C0  60 B0 07 64 "),
+       "TEMP 0000000 000000 0600000\r\nCONC 0000600 000096 00001 00007 00100\r\n" + tail("00000")},
+      {"format 1: later tracks walk the first track's map; their own tempi are skipped without a line",
+       header(1, 2, 96) + track(first) + track(std::string("00 FF 51 03 09 27 C0  60 B0 07 64  60 B0 07 65 ") + kEnd),
+       "TEMP 0000500 000096 1000000\r\nCONC 0000500 000096 00001 00007 00100\r\n"
+       "CONC 0001500 000192 00001 00007 00101\r\n" +
+           tail("00000")},
+      // Start 10.416667 * (72 - 96) + 500.00002, not 72 ticks at the first tempo (375).
+      {"format 1: a note of the first track takes its start by the tempo at its end",
+       header(1, 1, 96) + track("48 90 3C 64  18 FF 51 03 0F 42 40  60 80 3C 40 " + std::string(kEnd)),
+       "TEMP 0000500 000096 1000000\r\nNOTE 0000250 000192 00001 00060 01250 00100 C3\r\n"
+       "NOOF 0001500 000192 00001 00060\r\n" +
+           tail("01500")},
+      // That start can fall before 0 (here -500): it is written as 0, the
+      // duration stays the end minus the start.
+      {"format 1: a start of the first track before the piece's start is written as 0",
+       header(1, 1, 96) + track("00 90 3C 64  60 FF 51 03 0F 42 40  60 80 3C 40 " + std::string(kEnd)),
+       "TEMP 0000500 000096 1000000\r\nNOTE 0000000 000192 00001 00060 02000 00100 C3\r\n"
+       "NOOF 0001500 000192 00001 00060\r\n" +
+           tail("01500")},
+      {"format 1: a note of a later track is carried over the tempo change",
+       header(1, 2, 96) + track(first) + track("00 90 3C 64 " + dt(192) + "80 3C 40 " + std::string(kEnd)),
+       "TEMP 0000500 000096 1000000\r\nNOTE 0000000 000192 00001 00060 01500 00100 C3\r\n"
+       "NOOF 0001500 000192 00001 00060\r\n" +
+           tail("01500")},
+      {"format 2: each track writes its tempi from the start of the table, with a line",
+       header(2, 2, 96) + track(first) + track(std::string("00 FF 51 03 09 27 C0  60 B0 07 64 ") + kEnd),
+       "TEMP 0000500 000096 1000000\r\nTEMP 0000000 000000 0600000\r\nCONC 0000600 000096 00001 00007 00100\r\n" +
+           tail("00000")},
+      {"format 2: entries a track doesn't write over still stand",
+       header(2, 2, 96) + track(first) + track(dt(192) + "B0 07 64 " + kEnd),
+       "TEMP 0000500 000096 1000000\r\nCONC 0001500 000192 00001 00007 00100\r\n" + tail("00000")},
+  };
+  for (const auto& c : cases) expect_converted(c);
+}
+
+TEST(Vertalen, NoteNamesCarryTheOctaveDigits) {
+  const struct {
+    int key;
+    const char* name;
+  } names[] = {{0, "C2"},  {1, "C#2"}, {2, "D2"},   {3, "D#2"}, {4, "E2"},   {5, "F2"},   {6, "F#2"},  {7, "G2"},
+               {8, "G#2"}, {9, "A2"},  {10, "A#2"}, {11, "B2"}, {12, "C1"},  {13, "C#1"}, {14, "D1"},  {15, "D#1"},
+               {16, "E1"}, {17, "F1"}, {18, "F#1"}, {19, "G1"}, {20, "G#1"}, {21, "A1"},  {22, "A#1"}, {23, "B1"},
+               {24, "C0"}, {35, "B0"}, {36, "C1"},  {60, "C3"}, {69, "A3"},  {127, "G8"}};
+  std::string events;
+  for (const auto& n : names)
+    events += "00 90 " + hex_of(std::string(1, static_cast<char>(n.key))) + "40 00 80 " +
+              hex_of(std::string(1, static_cast<char>(n.key))) + "00 ";
+  VertalenResult r = vertalen(one_track(0, 96, events), "x.mid");
+  ASSERT_EQ(r.midi_erreur_code, 0) << r.midi_erreur_texte;
+  std::vector<std::string> got;
+  for (std::size_t at = 0; (at = r.text.find("NOTE ", at)) != std::string::npos; ++at)
+    got.push_back(r.text.substr(at + 44, r.text.find('\r', at) - at - 44));
+  ASSERT_EQ(got.size(), std::size(names));
+  for (std::size_t i = 0; i < got.size(); ++i) EXPECT_EQ(got[i], names[i].name) << "key " << names[i].key;
 }
 
 TEST(Vertalen, EveryOtherLineType) {
   std::string events =
       "00 B0 40 7F  00 C1 05  00 E0 00 40  00 A2 3C 11  00 D3 22  00 FF 58 04 06 03 18 08  00 FF 58 04 03 09 18 08 "
       "00 FF 59 02 FE 00  00 FF 00 02 00 07  00 FF 00 02 81 02  00 F6  00 F7  00 FF 01 00  00 FF 03 03 41 62 63 "
-      "00 FF 54 05 01 02 03 04 05  00 F2 01 02  00 FF 7F 02 AA BB  00 F0 05 01 02 F7 ";
-  VertalenResult r = vertalen(header(0, 1, 96) + track(events + kEnd), "x.mid");
+      "00 FF 54 05 01 02 03 04 05  00 F2 01 02  00 FF 7F 02 AA BB  00 F0 05 01 02 F7  00 F1 33  00 F3 44  00 F8 "
+      "00 FF 02 02 C9 E9  00 FF 20 01 00 ";
+  VertalenResult r = vertalen(one_track(0, 96, events), "x.mid");
   EXPECT_EQ(r.midi_erreur_code, 0) << r.midi_erreur_texte;
   EXPECT_EQ(r.text,
-            "CONC 0000000 000000 00001 00064 00127\r\n"
+            "CONC 0000000 000000 00001 00064 00127\r\n"  // controller 64 like any other
             "PRGC 0000000 000000 00002 00005\r\n"
             "PBEN 0000000 000000 00001 08192\r\n"
             "KAFT 0000000 000000 00003 00060 00017\r\n"
@@ -74,85 +207,149 @@ TEST(Vertalen, EveryOtherLineType) {
             "SEQN 0000000 000000 00130\r\n"
             "F6XX 0000000 000000\r\n"
             "F7XX 0000000 000000\r\n"
-            "TEXT 0000000 000000 \r\n"
+            "TEXT 0000000 000000 \r\n"  // length 0: nothing consumed behind it
             "TNAM 0000000 000000 Abc\r\n"
             "SMPT 0000000 000000 00001 00002 00003 00004 00005\r\n"
-            "SNGP 0000000 000000 00257\r\n" +
+            "SNGP 0000000 000000 00257\r\n"
+            "MQTR 0000000 000000 00051\r\n"
+            "SNGS 0000000 000000 00068\r\n"
+            "F8XX 0000000 000000\r\n"
+            "AUTH 0000000 000000 \xC9\xE9\r\n" +  // meta texts go out as their bytes
                 tail("00000"));
 }
 
+TEST(Vertalen, DataBytesAboveTheRange) {
+  // Keys of 128 and more open no note and end none; other data bytes are
+  // written as they are.
+  expect_converted({"keys and values above 127",
+                    one_track(0, 96, "00 90 85 40  00 80 85 00  00 B0 FF FF  00 90 3C FF  60 80 3C 00 "),
+                    "CONC 0000000 000000 00001 00255 00255\r\n"
+                    "NOTE 0000000 000096 00001 00060 00500 00255 C3\r\nNOOF 0000500 000096 00001 00060\r\n" +
+                        tail("00500")});
+}
+
 TEST(Vertalen, StopsWithTheirCodesAndTexts) {
-  const std::string loc = "\r\n    Events processed until loc hex: ";
-  struct Case {
+  const std::string eof = "*** Midifile corrupt, unexpected EOF." + kLoc;
+  const std::string mtrk = "Midifile corrupt, header MTrk not in file.";
+  const std::string running = "Midifile corrupt, running status error. " + kLoc;
+  struct Stop {
     const char* what;
     std::string file;
     int code;
     std::string text;
-    std::string lines;
+    std::string lines;  // written before the stop; HEAD and ENDF are missing
   } cases[] = {
       {"no MThd", smf("52 49 46 46 00 00 00 00"), 5, "Midifile corrupt: header MThd not in file.", ""},
       {"empty file", "", 5, "Midifile corrupt: header MThd not in file.", ""},
-      {"no MTrk", header(0, 1, 96) + smf("4D 54 72 58 00 00 00 04 00 FF 2F 00"), 6,
-       "Midifile corrupt, header MTrk not in file.", ""},
-      {"delta time of five bytes", header(0, 1, 96) + track("FF FF FF FF 00 90 3C 40"), 2,
-       "Midifile corrupt, deltatime invalid format." + loc + "0", ""},
-      {"running status after a meta event", header(0, 1, 96) + track("00 FF 01 00  00 3C 40"), 3,
-       "Midifile corrupt, running status error. " + loc + "1B", "TEXT 0000000 000000 \r\n"},
-      {"the file ends inside an event", header(0, 1, 96) + track("00 90 3C"), 1,
-       "*** Midifile corrupt, unexpected EOF." + loc + "17", ""},
-      {"a track count too high, the file ending behind the last track",
-       header(0, 2, 96) + track(std::string("00 C0 01 ") + kEnd), 1, "*** Midifile corrupt, unexpected EOF." + loc + "1A",
+      {"no MTrk", header(0, 1, 96) + smf("4D 54 72 58 00 00 00 04 00 FF 2F 00"), 6, mtrk, ""},
+      {"delta time of five bytes", header(0, 1, 96) + track("00 C0 01  FF FF FF FF 00 90 3C 40"), 2,
+       "Midifile corrupt, deltatime invalid format." + kLoc + "17", "PRGC 0000000 000000 00001 00001\r\n"},
+      {"running status after a meta event", header(0, 1, 96) + track("00 FF 01 00  00 3C 40"), 3, running + "1B",
+       "TEXT 0000000 000000 \r\n"},
+      {"running status after a system exclusive", header(0, 1, 96) + track("00 F0 F7  00 3C 40"), 3, running + "1A",
+       ""},
+      {"the file ends inside an event", header(0, 1, 96) + track("00 90 3C"), 1, eof + "17", ""},
+      {"track count too high, the file ending behind the last track",
+       header(0, 2, 96) + track(std::string("00 C0 01 ") + kEnd), 1, eof + "1A", "PRGC 0000000 000000 00001 00001\r\n"},
+      {"track count too high, other bytes behind the last track",
+       header(1, 3, 96) + track(std::string("00 C0 01 ") + kEnd) + smf("00 01 02 03 04 05 06 07 08"), 6, mtrk,
        "PRGC 0000000 000000 00001 00001\r\n"},
-      {"bytes between End of Track and the next MTrk", header(0, 2, 96) + track(kEnd) + smf("00 00") + track(kEnd), 6,
-       "Midifile corrupt, header MTrk not in file.", ""},
-      {"SMPTE division", header(0, 1, 0xE728) + track(kEnd), 8, "", ""},
-      {"division 0", header(0, 1, 0) + track(kEnd), 10, "", ""},
-      {"header field above 32767", header(0, 0x8001, 96) + track(kEnd), 9, "", ""},
+      {"bytes between End of Track and the next MTrk, whatever the length says",
+       header(0, 2, 96) + smf("4D 54 72 6B 00 00 00 06 00 FF 2F 00 00 00") + track(kEnd), 6, mtrk, ""},
+      {"SMPTE division", one_track(0, 0xE728, ""), 8,
+       "Fichier Midi refusé : sa division temporelle est en images par seconde (SMPTE) ; "
+       "seules les divisions en tops par noire sont lues.",
+       ""},
+      {"track count above 32767", header(1, 0x8001, 96) + track(kEnd), 9,
+       "Fichier Midi refusé : son en-tête annonce un format ou un nombre de pistes au-delà de 32767.", ""},
+      {"format above 32767", header(0xFFFF, 1, 96) + track(kEnd), 9,
+       "Fichier Midi refusé : son en-tête annonce un format ou un nombre de pistes au-delà de 32767.", ""},
+      {"division 0", one_track(0, 0, ""), 10, "Fichier Midi refusé : sa division temporelle vaut 0 top par noire.", ""},
   };
   for (const auto& c : cases) {
     VertalenResult r = vertalen(c.file, "x.mid");
     EXPECT_EQ(r.midi_erreur_code, c.code) << c.what;
-    if (!c.text.empty()) {
-      EXPECT_EQ(r.midi_erreur_texte, c.text) << c.what;
-    }
-    if (c.code >= 8) {
-      EXPECT_NE(r.midi_erreur_texte.find("Fichier Midi refusé"), std::string::npos) << c.what;
-    }
-    EXPECT_EQ(r.text, c.lines) << c.what << ": lines before the stop stay, HEAD and ENDF don't";
+    EXPECT_EQ(r.midi_erreur_texte, c.text) << c.what;
+    EXPECT_EQ(r.text, c.lines) << c.what;
   }
 }
 
 TEST(Vertalen, TrackCountTooLowIgnoresTheRest) {
-  VertalenResult r = vertalen(header(0, 1, 96) + track(kEnd) + smf("01 02 03"), "x.mid");
-  EXPECT_EQ(r.midi_erreur_code, 0);
-  EXPECT_EQ(r.text, tail("00000"));
+  expect_converted({"one track counted, a second one present and garbage behind",
+                    header(0, 1, 96) + track(kEnd) + track(std::string("00 C0 01 ") + kEnd) + smf("01 02 03"),
+                    tail("00000")});
 }
 
-TEST(Vertalen, NineHundredAndNinetyNineTempoChangesStop) {
-  std::string events;
-  for (int i = 0; i < 999; ++i) events += "00 FF 51 03 07 A1 20 ";
-  VertalenResult r = vertalen(header(1, 1, 96) + track(events + kEnd), "x.mid");
-  EXPECT_EQ(r.midi_erreur_code, 7);
-  EXPECT_EQ(r.midi_erreur_texte, "More than 999 tempochanges. cannot continue processinf.");
-  EXPECT_EQ(std::count(r.text.begin(), r.text.end(), '\n'), 999) << "the 999th line is written, then the stop";
+TEST(Vertalen, TheNineHundredAndNinetyNinthTempoChangeStops) {
+  for (int format : {0, 1}) {
+    std::string events;
+    for (int i = 0; i < 999; ++i) events += "00 FF 51 03 07 A1 20 ";
+    VertalenResult r = vertalen(one_track(format, 96, events), "x.mid");
+    EXPECT_EQ(r.midi_erreur_code, 7) << "format " << format;
+    EXPECT_EQ(r.midi_erreur_texte, "More than 999 tempochanges. cannot continue processinf.");
+    EXPECT_EQ(std::count(r.text.begin(), r.text.end(), '\n'), 999) << "the 999th line is written, then the stop";
+  }
 }
 
-TEST(Vertalen, GaugeFollowsTheReadWindowAndPathIsInTheCodePage) {
-  // A long text meta event makes the file span several read windows.
-  std::string text(3000, 'a');
-  std::string hex;
-  for (std::size_t i = 0; i < text.size(); ++i) hex += "61 ";
-  std::string file = header(0, 1, 96) + track("00 FF 01 97 38 " + hex + kEnd);  // length 3000 on two bytes
-  std::vector<std::pair<int64_t, int64_t>> seen;
-  VertalenResult r = vertalen(file, "/tmp/é.mid", [&](int64_t v, int64_t m) { seen.emplace_back(v, m); });
+// A file of exactly `size` bytes (31 or more): one track holding a text
+// event that fills it.
+std::string file_of_size(std::size_t size) {
+  const std::size_t n = size - 31;
+  const std::string len = {static_cast<char>(0x80 | (n >> 7)), static_cast<char>(n & 0x7F)};
+  return one_track(0, 96, "00 FF 01 " + hex_of(len) + hex_of(std::string(n, 'a')));
+}
+
+TEST(Vertalen, ReadWindowAndGauge) {
+  struct Window {
+    std::size_t size;
+    std::vector<int64_t> gauge;  // next read position after each refill
+  } cases[] = {
+      {40, {41}},
+      {1100, {1101}},
+      {1101, {1101, 1102}},
+      {2200, {1101, 2201}},  // the last slice of a full 1100 bytes is read to its end
+      {2201, {1101, 2201, 2202}},
+      {3400, {1101, 2201, 3301, 3401}},
+  };
+  for (const auto& c : cases) {
+    const std::string file = file_of_size(c.size);
+    ASSERT_EQ(file.size(), c.size);
+    std::vector<int64_t> seen;
+    VertalenResult r = vertalen(file, "x.mid", [&](int64_t v, int64_t max) {
+      EXPECT_EQ(max, static_cast<int64_t>(c.size) + 101);
+      seen.push_back(v);
+    });
+    EXPECT_EQ(r.midi_erreur_code, 0) << c.size << ": " << r.midi_erreur_texte;
+    EXPECT_EQ(seen, c.gauge) << c.size;
+    EXPECT_EQ(r.text.find("TEXT 0000000 000000 " + std::string(c.size - 31, 'a') + "\r\n"), 0u) << c.size;
+  }
+}
+
+TEST(Vertalen, BlockFieldsPastTheEndFindTheNineBlanks) {
+  struct Stop {
+    const char* what;
+    std::string file;
+    std::string lines;
+  } cases[] = {
+      {"a text longer than the rest of the file", header(0, 1, 96) + track("00 FF 01 14 41 42"),
+       "TEXT 0000000 000000 AB         \r\n"},
+      {"tempo bytes behind the last one", header(0, 1, 96) + track("00 FF 51 03 07"),
+       "TEMP 0000000 000000 0466976\r\n"},  // 07 20 20
+  };
+  for (const auto& c : cases) {
+    VertalenResult r = vertalen(c.file, "x.mid");
+    EXPECT_EQ(r.midi_erreur_code, 1) << c.what;
+    EXPECT_EQ(r.midi_erreur_texte, "*** Midifile corrupt, unexpected EOF." + kLoc + "17") << c.what;
+    EXPECT_EQ(r.text, c.lines) << c.what;
+  }
+}
+
+TEST(Vertalen, PathInTheCodePageAndTextInPieces) {
+  const std::string file = file_of_size(5000);
+  VertalenResult r = vertalen(file, "/tmp/é.mid");
   EXPECT_EQ(r.midi_erreur_code, 0) << r.midi_erreur_texte;
-  ASSERT_GE(seen.size(), 3u);
-  const std::pair<int64_t, int64_t> first{1, static_cast<int64_t>(file.size()) + 101};
-  EXPECT_EQ(seen.front(), first);
-  EXPECT_NE(r.text.find("TEXT 0000000 000000 " + text + "\r\n"), std::string::npos);
-  EXPECT_NE(r.text.find("HEAD ##10000  /tmp/\xE9.mid 00000\r\n"), std::string::npos);
+  EXPECT_NE(r.text.find("\r\nHEAD ##10000  /tmp/\xE9.mid 00000\r\nENDF 9999999\r\n"), std::string::npos);
 
-  // Handed out in pieces, the text is the same.
   std::string pieces;
   VertalenResult streamed = vertalen(file, "/tmp/é.mid", [&](std::string_view p) { pieces += p; });
   EXPECT_EQ(pieces, r.text);
