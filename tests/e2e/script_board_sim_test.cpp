@@ -48,6 +48,18 @@ LogLines read_log(const fs::path& path) {
   return out;
 }
 
+// The port is typed first, on the page that shows it, then the manual
+// commands: an X move of 12 steps and one punch cycle.
+constexpr const char* kStory =
+    "click fenetre_moteurs\n"
+    "set AdressePort 7\n"
+    "wait Shape1 = 10\n"
+    "set nb_PasX 12\n"
+    "click CommandeX_P\n"
+    "wait LabelX = 12\n"
+    "click CommandeZ_M\n"
+    "quit\n";
+
 TEST(EndToEnd, ScriptAgainstTheBoardSimulatorOnAPseudoTerminal) {
   Home home("story");
   const fs::path log = home.dir / "board.log";
@@ -56,30 +68,12 @@ TEST(EndToEnd, ScriptAgainstTheBoardSimulatorOnAPseudoTerminal) {
                    home.str());
   ASSERT_TRUE(sim.read_until("ready", 10)) << sim.out() << sim.err();
 
-  // The port is typed first, on the page that shows it, then the manual
-  // commands: an X move of 12 steps and one punch cycle.
-  ChildProcess script({SCRIPT_EXE, "-"}, home.str(),
-                      "click fenetre_moteurs\n"
-                      "set AdressePort 7\n"
-                      "wait Shape1 = 10\n"
-                      "set nb_PasX 12\n"
-                      "click CommandeX_P\n"
-                      "wait LabelX = 12\n"
-                      "click CommandeZ_M\n"
-                      "quit\n");
+  ChildProcess script({SCRIPT_EXE, "-"}, home.str(), kStory);
   EXPECT_EQ(script.wait_exit(60), 0) << script.err();
 
   // The program is gone; a new one opens the same port and finds the board
   // as it was left: its head at 12, so 12 more steps punch at 24.
-  ChildProcess again({SCRIPT_EXE, "-"}, home.str(),
-                     "click fenetre_moteurs\n"
-                     "set AdressePort 7\n"
-                     "wait Shape1 = 10\n"
-                     "set nb_PasX 12\n"
-                     "click CommandeX_P\n"
-                     "wait LabelX = 12\n"
-                     "click CommandeZ_M\n"
-                     "quit\n");
+  ChildProcess again({SCRIPT_EXE, "-"}, home.str(), kStory);
   EXPECT_EQ(again.wait_exit(60), 0) << again.err();
   EXPECT_EQ(sim.terminate(10), 0) << sim.err();
 
