@@ -22,7 +22,7 @@ void Valcalc_Click(Context& c) {
 void Calculer_pas_X_Click(Context& c) {
   Model& m = c.m;
   const bool inverse = m.Check6.value() == 1;
-  auto n = nb_touches(m.NBTouches.text());
+  auto n = nb_touches_calcul(m.NBTouches.text());
   if (!n) {
     signale_refus(c, refus_nb_touches(m.NBTouches.text()));
     return;

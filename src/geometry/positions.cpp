@@ -7,8 +7,7 @@
 
 namespace brivel {
 
-std::optional<std::vector<double>> calcule_positions(double talon, double pas, double pas_moteur, int n,
-                                                     bool inverse) {
+std::optional<std::vector<double>> calcule_positions(double talon, double pas, double pas_moteur, int n, bool inverse) {
   std::vector<double> out(n > 0 ? static_cast<size_t>(n) : 0);
   if (n > 0 && pas_moteur == 0) return std::nullopt;
   for (int i = 1; i <= n; ++i) {
@@ -22,6 +21,12 @@ std::optional<int> nb_touches(std::string_view text) {
   auto v = to_number_strict(text);
   if (!v || *v != std::floor(*v) || *v < 0 || *v > Model::kNotes) return std::nullopt;
   return static_cast<int>(*v);
+}
+
+std::optional<int> nb_touches_calcul(std::string_view text) {
+  const double n = std::floor(val(text));
+  if (!(n <= Model::kNotes)) return std::nullopt;  // also NaN
+  return n < 0 ? 0 : static_cast<int>(n);
 }
 
 std::optional<int> numero_note(std::string_view text) {

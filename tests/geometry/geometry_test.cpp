@@ -61,13 +61,25 @@ TEST(Scale, HalvesGoToTheEvenPosition) {
   EXPECT_EQ(positions(d.m, 1, 4), (std::vector<std::string>{"0", "2", "2", "4"}));
 }
 
-TEST(Scale, NoTrackWritesNothingAndStillLocks) {
-  NotesPage d;
-  d.m.NBTouches.set_text("0");
-  d.m.Calculer_pas_X.operator_click();
-  EXPECT_EQ(positions(d.m, 1, 2), (std::vector<std::string>{"25", "42"}));
-  EXPECT_TRUE(locked(d.m));
-  EXPECT_TRUE(d.p.sim_dialogs().boxes.empty());
+// NBTouches is read by the numeric-prefix rule: a text that starts with no
+// number counts no track, one that starts with 3 counts three.
+TEST(Scale, TrackCountReadByItsLeadingNumber) {
+  struct Case {
+    const char* text;
+    std::vector<std::string> first_four;
+  } cases[] = {
+      {"0", {"25", "42", "58", "75"}},   {"", {"25", "42", "58", "75"}},
+      {"abc", {"25", "42", "58", "75"}}, {"-2", {"25", "42", "58", "75"}},
+      {"3abc", {"30", "50", "70", "75"}}, {" 2.9", {"30", "50", "58", "75"}},
+  };
+  for (const auto& c : cases) {
+    NotesPage d;
+    d.m.NBTouches.set_text(c.text);
+    d.m.Calculer_pas_X.operator_click();
+    EXPECT_EQ(positions(d.m, 1, 4), c.first_four) << c.text;
+    EXPECT_TRUE(locked(d.m)) << c.text;
+    EXPECT_TRUE(d.p.sim_dialogs().boxes.empty()) << c.text;
+  }
 }
 
 TEST(Scale, RefusalsLeaveTableAndLockOpen) {
@@ -77,7 +89,7 @@ TEST(Scale, RefusalsLeaveTableAndLockOpen) {
     const char* box;
   } cases[] = {
       {"NBTouches", "64", "Nombre de notes \"64\" invalide : saisir dans Notes un nombre entier de 0 à 63"},
-      {"NBTouches", "abc", "Nombre de notes \"abc\" invalide : saisir dans Notes un nombre entier de 0 à 63"},
+      {"NBTouches", "64abc", "Nombre de notes \"64abc\" invalide : saisir dans Notes un nombre entier de 0 à 63"},
       {"Text11", "0", "Calcul impossible : le Pas moteur X doit être différent de 0"},
       {"Text11", "", "Calcul impossible : le Pas moteur X doit être différent de 0"},
   };
