@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "import/fichier_midi.h"
 #include "import/vertalen.h"
 
 int main(int argc, char** argv) {
@@ -10,17 +11,10 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: brivel-vertalen FILE.mid > OUT\n");
     return 2;
   }
-  std::FILE* in = std::fopen(argv[1], "rb");
-  if (!in) return 2;
-  std::string bytes;
-  std::fseek(in, 0, SEEK_END);
-  bytes.resize(static_cast<std::size_t>(std::ftell(in)));
-  std::fseek(in, 0, SEEK_SET);
-  std::size_t got = std::fread(bytes.data(), 1, bytes.size(), in);
-  std::fclose(in);
-  bytes.resize(got);
-  auto r = brivel::vertalen(bytes, argv[1], [](std::string_view piece) {
-    std::fwrite(piece.data(), 1, piece.size(), stdout);
+  brivel::SourceFichier in(argv[1]);
+  if (!in.ouvert()) return 2;
+  auto r = brivel::vertalen(in, argv[1], [](std::string_view piece) {
+    return std::fwrite(piece.data(), 1, piece.size(), stdout) == piece.size();
   });
   return r.midi_erreur_code == 0 ? 0 : 1;
 }

@@ -1,14 +1,18 @@
 #include "card.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <functional>
 #include <optional>
+#include <variant>
 
 #include "app/console_app.h"
+#include "command_line.h"
 #include "geometry/note_names.h"
+#include "import/fichier_midi.h"
 #include "import/vertalen.h"
 #include "persistence/files/parameter_file.h"
 #include "platform/sim/sim_platform.h"
@@ -17,42 +21,92 @@ namespace brivel {
 
 namespace {
 
-constexpr const char* kUsage = "usage: brivel-card [--set FICHIER.set] [--events SORTIE] [--rows SORTIE] MORCEAU.mid\n";
+namespace fs = std::filesystem;
+
+constexpr const char* kProgramme = "brivel-card";
+constexpr const char* kUsage =
+    "Usage : brivel-card [--set FICHIER.set] [--events SORTIE] [--rows SORTIE] MORCEAU.mid\n"
+    "  --set FICHIER.set  l'instrument et la machine d'un fichier de paramètres (sinon les valeurs par défaut)\n"
+    "  --events SORTIE    écrit le fichier d'évènements texte du morceau\n"
+    "  --rows SORTIE      écrit la liste des évènements, une ligne chacun\n"
+    "  --help, --version\n"
+    "Imprime une ligne JSON. Sortie 0 : morceau importé ; 1 : morceau impossible à importer ;\n"
+    "2 : arguments refusés ; 3 : écriture d'un fichier de sortie impossible.\n";
+
+// A parameter file is a few kilobytes of text.
+constexpr int64_t kTailleMaxSet = 1024 * 1024;
 
 struct Options {
   std::string set, events, rows, piece;
 };
 
-std::optional<Options> lit_options(const std::vector<std::string>& args) {
+// The options, or why the line is refused.
+std::variant<Options, std::string> lit_options(const std::vector<std::string>& args) {
   Options o;
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
     std::string* cible = a == "--set" ? &o.set : a == "--events" ? &o.events : a == "--rows" ? &o.rows : nullptr;
     if (cible) {
-      if (i + 1 >= args.size() || args[i + 1].empty()) return std::nullopt;
+      if (i + 1 >= args.size() || args[i + 1].empty()) return "l'option " + a + " attend un chemin";
       *cible = args[++i];
     } else if (a.size() > 1 && a[0] == '-') {
-      return std::nullopt;
+      return "option inconnue « " + a + " »";
     } else if (o.piece.empty() && !a.empty()) {
       o.piece = a;
     } else {
-      return std::nullopt;
+      return "un seul morceau à la fois (« " + a + " » de trop)";
     }
   }
-  if (o.piece.empty()) return std::nullopt;
+  if (o.piece.empty()) return std::string("il manque le morceau");
   return o;
 }
 
-std::optional<std::string> lit(const std::string& chemin) {
-  std::ifstream in(chemin, std::ios::binary);
-  if (!in) return std::nullopt;
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+// True when `a` and `b` name one file, through links too. A path that
+// doesn't exist yet is compared by its absolute form.
+bool meme_fichier(const std::string& a, const std::string& b) {
+  std::error_code ec;
+  if (fs::exists(a, ec) && fs::exists(b, ec)) return fs::equivalent(a, b, ec);
+  return fs::weakly_canonical(a, ec) == fs::weakly_canonical(b, ec);
 }
 
-bool ecrit(const std::string& chemin, const std::string& octets) {
-  std::ofstream out(chemin, std::ios::binary | std::ios::trunc);
-  out.write(octets.data(), static_cast<std::streamsize>(octets.size()));
-  return static_cast<bool>(out);
+// Why the output path `sortie` can't be used: it is a file read, or the
+// other output.
+std::optional<std::string> refus_sortie(const Options& o, const std::string& option, const std::string& sortie) {
+  if (sortie.empty()) return std::nullopt;
+  if (meme_fichier(sortie, o.piece)) return option + " « " + sortie + " » est le morceau lu : il serait écrasé";
+  if (!o.set.empty() && meme_fichier(sortie, o.set))
+    return option + " « " + sortie + " » est le fichier de paramètres lu : il serait écrasé";
+  if (option == "--rows" && !o.events.empty() && meme_fichier(sortie, o.events))
+    return "--events et --rows nomment le même fichier « " + sortie + " »";
+  return std::nullopt;
+}
+
+// A text that no parameter file holds: nothing at all, or bytes of a binary
+// file (a MIDI file given by mistake).
+bool texte_de_parametres(const std::string& octets) {
+  if (octets.empty()) return false;
+  for (unsigned char ch : octets)
+    if (ch < 0x20 && ch != '\r' && ch != '\n' && ch != '\t') return false;
+  return true;
+}
+
+// Writes an output file whole: into a file beside it, renamed into place,
+// so that a failure leaves no half-written file. `ecrit` fills the stream.
+std::optional<std::string> ecrit_sortie(const std::string& chemin, const std::function<bool(std::ofstream&)>& ecrit) {
+  const std::string partiel = chemin + ".partiel";
+  std::error_code ec;
+  if (fs::is_directory(chemin, ec)) return "écriture impossible : " + chemin + " est un dossier";
+  errno = 0;
+  std::ofstream out(partiel, std::ios::binary | std::ios::trunc);
+  if (!out) return "écriture impossible : " + chemin + (errno ? " (" + raison_systeme(errno) + ")" : "");
+  const bool ok = ecrit(out) && out.flush();
+  out.close();
+  if (ok && out) fs::rename(partiel, chemin, ec);
+  if (!ok || !out || ec) {
+    fs::remove(partiel, ec);
+    return "écriture impossible : " + chemin + " (disque plein ou erreur d'écriture)";
+  }
+  return std::nullopt;
 }
 
 // The parameter file as a load puts it into the fields. The port number is
@@ -93,11 +147,21 @@ std::string json_texte(const std::string& s) {
   std::string o = "\"";
   for (unsigned char ch : s) {
     switch (ch) {
-      case '"': o += "\\\""; break;
-      case '\\': o += "\\\\"; break;
-      case '\n': o += "\\n"; break;
-      case '\r': o += "\\r"; break;
-      case '\t': o += "\\t"; break;
+      case '"':
+        o += "\\\"";
+        break;
+      case '\\':
+        o += "\\\\";
+        break;
+      case '\n':
+        o += "\\n";
+        break;
+      case '\r':
+        o += "\\r";
+        break;
+      case '\t':
+        o += "\\t";
+        break;
       default:
         if (ch < 0x20) {
           char buf[8];
@@ -112,24 +176,28 @@ std::string json_texte(const std::string& s) {
 }
 
 int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-  auto o = lit_options(args);
-  if (!o) {
-    err << kUsage;
-    return 2;
-  }
+  if (auto fin = cli::aide_ou_version(args, kProgramme, kUsage, out)) return *fin;
+  auto lu = lit_options(args);
+  if (auto* pourquoi = std::get_if<std::string>(&lu)) return cli::refuse(kProgramme, *pourquoi, kUsage, err);
+  const Options& o = std::get<Options>(lu);
+  auto refus = [&err](const std::string& pourquoi, int statut) {
+    err << kProgramme << " : " << pourquoi << "\n";
+    return statut;
+  };
+  for (const auto& [option, chemin] : {std::pair{"--events", o.events}, std::pair{"--rows", o.rows}})
+    if (auto r = refus_sortie(o, option, chemin)) return refus(*r, cli::kArguments);
   std::optional<std::string> set;
-  if (!o->set.empty()) {
-    set = lit(o->set);
-    if (!set) {
-      err << "brivel-card: fichier de paramètres illisible: " << o->set << "\n" << kUsage;
-      return 2;
-    }
+  if (!o.set.empty()) {
+    if (auto r = refus_fichier_texte(o.set, "Fichier de paramètres", kTailleMaxSet)) return refus(*r, cli::kArguments);
+    set = lit_fichier_texte(o.set);
+    if (!set) return refus("Fichier de paramètres illisible : " + o.set, cli::kArguments);
+    if (!texte_de_parametres(*set) || lit_fichier_parametres(*set).affectations.empty())
+      return refus("Fichier de paramètres refusé : " + o.set + " n'est pas un fichier de paramètres (.set)",
+                   cli::kArguments);
   }
+  if (auto r = refus_fichier_midi(o.piece)) return refus(*r, 1);
   DossierTemporaire dossier;
-  if (dossier.chemin.empty()) {
-    err << "brivel-card: impossible de créer un dossier temporaire\n";
-    return 1;
-  }
+  if (dossier.chemin.empty()) return refus("impossible de créer un dossier temporaire", 1);
 
   SimPlatform p;
   p.set_env("BRIVEL_HOME", dossier.chemin);
@@ -138,27 +206,32 @@ int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::os
   bool arrete = false;
   try {
     if (set) applique_parametres(app, lit_fichier_parametres(*set));
-    p.sim_dialogs().open_answers.push_back(o->piece);
+    p.sim_dialogs().open_answers.push_back(o.piece);
     app.m.Ouvre_midi.click();
   } catch (const SimProcessEnded&) {
     arrete = true;  // the list passed 32767 rows
     for (const std::string& b : p.sim_dialogs().boxes) err << b << "\n";
   }
 
-  if (!o->events.empty()) {
-    auto midi = lit(o->piece);
-    if (midi && !ecrit(o->events, vertalen(*midi, o->piece).text)) {
-      err << "brivel-card: écriture impossible: " << o->events << "\n";
-      return 1;
-    }
+  if (!o.events.empty()) {
+    // The decoder's text goes to the file as it is made: a big piece costs
+    // no memory.
+    auto r = ecrit_sortie(o.events, [&o](std::ofstream& f) {
+      SourceFichier midi(o.piece);
+      vertalen(midi, o.piece, [&f](std::string_view piece) {
+        f.write(piece.data(), static_cast<std::streamsize>(piece.size()));
+        return static_cast<bool>(f);
+      });
+      return midi.ouvert() && !midi.erreur();
+    });
+    if (r) return refus(*r, 3);
   }
-  if (!o->rows.empty()) {
-    std::string texte;
-    for (const std::string& r : app.m.List3.rows()) texte += r + "\n";
-    if (!ecrit(o->rows, texte)) {
-      err << "brivel-card: écriture impossible: " << o->rows << "\n";
-      return 1;
-    }
+  if (!o.rows.empty()) {
+    auto r = ecrit_sortie(o.rows, [&app](std::ofstream& f) {
+      for (const std::string& ligne : app.m.List3.rows()) f << ligne << "\n";
+      return static_cast<bool>(f);
+    });
+    if (r) return refus(*r, 3);
   }
 
   const Model& m = app.m;

@@ -13,8 +13,10 @@
 
 namespace brivel {
 
-// Exit status: 0 the piece was imported, 1 it could not be, 2 bad arguments
-// (usage on `err`).
+// Exit status: 0 the piece was imported, 1 it could not be (a file that is
+// no readable MIDI file of at most 64 MB included), 2 bad arguments (the
+// reason on `err`, with the usage for a bad command line), 3 an output file
+// could not be written.
 int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 // A JSON string literal, quotes included.

@@ -20,6 +20,30 @@
 
 namespace brivel {
 
+// Where the bytes of a MIDI file come from: the file itself, read in
+// pieces so that memory does not grow with its size, or bytes already in
+// memory (tests, the fuzz target).
+class SourceMidi {
+ public:
+  virtual ~SourceMidi() = default;
+  virtual int64_t taille() const = 0;
+  // Bytes from `debut` on: at least `n` of them, or all up to the end of
+  // the file when fewer remain. The view stays valid until the next call.
+  virtual std::string_view vue(int64_t debut, int64_t n) = 0;
+};
+
+class SourceMemoire : public SourceMidi {
+ public:
+  explicit SourceMemoire(std::string_view octets) : d_(octets) {}
+  int64_t taille() const override { return static_cast<int64_t>(d_.size()); }
+  std::string_view vue(int64_t debut, int64_t) override {
+    return d_.substr(static_cast<std::size_t>(std::clamp<int64_t>(debut, 0, taille())));
+  }
+
+ private:
+  std::string_view d_;
+};
+
 class LectureMidi {
  public:
   static constexpr int64_t kTranche = 1100;  // bytes per refill
@@ -30,8 +54,7 @@ class LectureMidi {
 
   // The first refill happens here: the first 1100 bytes, usable up to 1000,
   // or the whole file, all usable, when it is no longer.
-  LectureMidi(std::string_view fichier, const Jauge& jauge)
-      : d_(fichier), len_(static_cast<int64_t>(fichier.size())), jauge_(jauge) {
+  LectureMidi(SourceMidi& fichier, const Jauge& jauge) : src_(fichier), len_(fichier.taille()), jauge_(jauge) {
     charge_ = std::min(len_, kTranche);
     utile_ = charge_ == len_ ? len_ : charge_ - kAvance;
     signale();
@@ -45,7 +68,12 @@ class LectureMidi {
   uint8_t octet() {
     // Unsigned, so that a position before the file is caught too.
     if (static_cast<uint64_t>(pos_) >= static_cast<uint64_t>(utile_)) recharge();
-    return static_cast<uint8_t>(d_[static_cast<std::size_t>(pos_++)]);
+    if (pos_ < vue_debut_ || pos_ >= vue_debut_ + static_cast<int64_t>(vue_.size())) {
+      vue_ = src_.vue(pos_, 1);
+      vue_debut_ = pos_;
+      if (vue_.empty()) throw ArretMidi{kMidiFinInattendue, true};  // the file shrank under us
+    }
+    return static_cast<uint8_t>(vue_[static_cast<std::size_t>(pos_++ - vue_debut_)]);
   }
 
   // A block fetch: no window check. Past the file's end come the nine
@@ -54,9 +82,14 @@ class LectureMidi {
     const int64_t debut = std::clamp<int64_t>(pos_, 0, len_ + kBlancsFin);
     const int64_t fin = std::clamp<int64_t>(pos_ + std::max<int64_t>(n, 0), debut, len_ + kBlancsFin);
     pos_ += n;
-    if (fin <= len_) return d_.substr(static_cast<std::size_t>(debut), static_cast<std::size_t>(fin - debut));
-    tampon_.assign(d_.substr(static_cast<std::size_t>(std::min(debut, len_))));
-    tampon_.append(static_cast<std::size_t>(fin - std::max(debut, len_)), ' ');
+    tampon_.clear();
+    if (debut < len_) {
+      const int64_t dans = std::min(fin, len_) - debut;
+      std::string_view v = src_.vue(debut, dans);
+      tampon_.assign(v.substr(0, static_cast<std::size_t>(std::min<int64_t>(dans, static_cast<int64_t>(v.size())))));
+    }
+    tampon_.append(static_cast<std::size_t>(fin - debut) - tampon_.size(), ' ');
+    vue_ = {};  // the source may have reused the memory of the view
     return tampon_;
   }
 
@@ -85,8 +118,10 @@ class LectureMidi {
     if (jauge_) jauge_(charge_ + 1, len_ + 101);
   }
 
-  std::string_view d_;
+  SourceMidi& src_;
   int64_t len_;
+  std::string_view vue_;  // bytes of the file from vue_debut_ on, as the source gave them
+  int64_t vue_debut_ = 0;
   const Jauge& jauge_;
   int64_t pos_ = 0;
   int64_t charge_ = 0;  // bytes of the file read into the window so far

@@ -2,13 +2,13 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 
 #include "core/app_paths.h"
 #include "core/numbers.h"
 #include "geometry/positions.h"
 #include "import/analyse.h"
+#include "import/fichier_midi.h"
 #include "import/intermediaires.h"
 #include "import/lecture_evenements.h"
 #include "import/refus_import.h"
@@ -18,24 +18,47 @@ namespace brivel {
 
 namespace {
 
-std::optional<std::string> lit_fichier(const std::string& chemin) {
+// The text event file on its way to Temp/: the decoder's pieces are written
+// as they come, and watched by a reader so that the conversion stops once
+// the rows have passed the list's limit (the opening ends there anyway).
+struct EcritureTemp {
+  std::ofstream out;
+  LecteurEvenements veille;
+  EcritureTemp(const std::string& chemin, const ReglagesImport& r, const std::vector<double>* gamme)
+      : veille(r, gamme) {
+    std::error_code ec;
+    auto dossier = std::filesystem::path(chemin).parent_path();
+    if (!dossier.empty()) std::filesystem::create_directories(dossier, ec);  // Temp/ is made when missing
+    out.open(chemin, std::ios::binary | std::ios::trunc);
+  }
+  bool ecrit(std::string_view piece) {
+    out.write(piece.data(), static_cast<std::streamsize>(piece.size()));
+    return static_cast<bool>(out) && veille.ajoute(piece);
+  }
+};
+
+// Reads the text event file back in pieces; empty when it can't be read.
+std::optional<LectureEvenements> relit_temp(const std::string& chemin, const ReglagesImport& r,
+                                            const std::vector<double>* gamme) {
   std::ifstream in(chemin, std::ios::binary);
   if (!in) return std::nullopt;
-  std::string octets((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  LecteurEvenements lecteur(r, gamme);
+  std::string morceau(1 << 16, '\0');
+  while (in.read(morceau.data(), static_cast<std::streamsize>(morceau.size())) || in.gcount() > 0) {
+    if (!lecteur.ajoute(std::string_view(morceau).substr(0, static_cast<std::size_t>(in.gcount())))) break;
+  }
   if (in.bad()) return std::nullopt;
-  return octets;
+  lecteur.fin();
+  return std::move(lecteur.resultat());
 }
 
-// The Temp folder is made when it is missing.
-bool ecrit_fichier(const std::string& chemin, const std::string& octets) {
-  std::error_code ec;
-  auto dossier = std::filesystem::path(chemin).parent_path();
-  if (!dossier.empty()) std::filesystem::create_directories(dossier, ec);
-  std::ofstream out(chemin, std::ios::binary | std::ios::trunc);
-  if (!out) return false;
-  out.write(octets.data(), static_cast<std::streamsize>(octets.size()));
-  out.close();
-  return static_cast<bool>(out);
+// The values of Note(1) to Note(NBTouches) when the scale check is on.
+std::optional<std::vector<double>> gamme_verifiee(const Model& m) {
+  if (m.Check5.value() != 1) return std::nullopt;
+  std::vector<double> gamme;
+  int n = nb_touches(m.NBTouches.text()).value_or(0);  // checked before the opening
+  for (int k = 1; k <= n; ++k) gamme.push_back(val(m.Note(k).text()));
+  return gamme;
 }
 
 // The dialog road: fills Liste_fichiers. False when the operator cancelled.
@@ -82,6 +105,11 @@ std::string nom_court(const std::string& chemin) {
 }
 
 bool importe_evenements(Context& c, std::string_view octets, const ReglagesImport& r) {
+  auto gamme = gamme_verifiee(c.m);
+  return importe_lecture(c, lit_evenements(octets, r, gamme ? &*gamme : nullptr), r);
+}
+
+bool importe_lecture(Context& c, LectureEvenements&& l, const ReglagesImport& r, int64_t notes_sans_fin) {
   Model& m = c.m;
   RunState& s = c.s;
   s.pas_Y_mm = r.pas_Y_mm;
@@ -89,23 +117,14 @@ bool importe_evenements(Context& c, std::string_view octets, const ReglagesImpor
   m.List3.clear_rows();
   s.pas_poincon = static_cast<int16_t>(r.largeur);
   s.nb_hors_gamme = 0;
-
-  std::vector<double> gamme;
-  const bool verifie = m.Check5.value() == 1;
-  if (verifie) {
-    int n = nb_touches(m.NBTouches.text()).value_or(0);  // checked before the opening
-    for (int k = 1; k <= n; ++k) gamme.push_back(val(m.Note(k).text()));
-  }
-  LectureEvenements l = lit_evenements(octets, r, verifie ? &gamme : nullptr);
   if (l.head) m.Label4.set_text(s.chemin_midi);
   s.nb_hors_gamme = l.nb_hors_gamme;
   m.List3.set_rows(std::move(l.lignes));
   if (l.trop) arret_trop_evenements(c);
   if (m.List3.count() == 0) {
-    refuse_piece(c, message_aucune_note());
+    refuse_piece(c, message_aucune_note(notes_sans_fin));
     return false;
   }
-
   const std::string& derniere = m.List3.rows().back();
   const double total = val(std::string_view(derniere).substr(0, 7));
   AnalysePiece a = analyse_piece(total, s.ms_par_pas, s.pas_Y_mm, s.nb_hors_gamme);
@@ -148,34 +167,47 @@ void Ouvre_midi_Click(Context& c) {
   if (s.chemin_midi.empty()) return;
   if (s.chemin_midi.find(kSep) != std::string::npos) s.nom_midi_court = nom_court(s.chemin_midi);
 
-  auto midi = lit_fichier(s.chemin_midi);
-  if (!midi) {
-    c.p.dialogs().message_box(message_fichier_illisible(s.chemin_midi), BoxButtons::Ok);
-    refuse_piece(c, message_fichier_illisible(s.chemin_midi));
+  if (auto refus = refus_fichier_midi(s.chemin_midi)) {
+    c.p.dialogs().message_box(*refus, BoxButtons::Ok);
+    refuse_piece(c, *refus);
     return;
   }
+  SourceFichier midi(s.chemin_midi);
+  auto gamme = gamme_verifiee(m);
+  const std::vector<double>* g = gamme ? &*gamme : nullptr;
 
   c.p.set_busy(true);
-  VertalenResult v = vertalen(*midi, s.chemin_midi, [&m](int64_t valeur, int64_t max) {
-    m.gauge1.set_max(static_cast<int>(std::min<int64_t>(max, INT32_MAX)));
-    m.gauge1.set_value(static_cast<int>(std::min<int64_t>(valeur, INT32_MAX)));
-  });
+  EcritureTemp temp(s.chemin_midid, r, g);
+  VertalenResult v = vertalen(
+      midi, s.chemin_midi, [&temp](std::string_view piece) { return temp.ecrit(piece); },
+      [&m](int64_t valeur, int64_t max) {
+        m.gauge1.set_max(static_cast<int>(std::min<int64_t>(max, INT32_MAX)));
+        m.gauge1.set_value(static_cast<int>(std::min<int64_t>(valeur, INT32_MAX)));
+      });
   s.midi_erreur_code = v.midi_erreur_code;
   s.midi_erreur_texte = v.midi_erreur_texte;
-  const bool ecrit = ecrit_fichier(s.chemin_midid, v.text);
+  temp.out.close();
+  const bool ecrit = static_cast<bool>(temp.out) && (!v.interrompu || temp.veille.trop());
   m.Label_defautP.set_text("Analyse et conversion du fichier Midi");
   attente_ms(c.p, 2000);
 
-  std::optional<std::string> texte = ecrit ? lit_fichier(s.chemin_midid) : std::nullopt;
-  if (!texte) {
+  if (!midi.ouvert() || midi.erreur()) {
+    c.p.set_busy(false);
+    std::error_code ec;
+    std::filesystem::remove(s.chemin_midid, ec);
+    refuse_piece(c, message_fichier_illisible(s.chemin_midi));
+    return;
+  }
+  std::optional<LectureEvenements> lecture = ecrit ? relit_temp(s.chemin_midid, r, g) : std::nullopt;
+  std::error_code ec;
+  std::filesystem::remove(s.chemin_midid, ec);
+  if (!lecture) {
     c.p.set_busy(false);
     refuse_piece(c, message_temp_impossible(s.chemin_midid));
     return;
   }
-  std::error_code ec;
-  std::filesystem::remove(s.chemin_midid, ec);
 
-  const bool importe = importe_evenements(c, *texte, r);
+  const bool importe = importe_lecture(c, std::move(*lecture), r, v.notes_sans_fin);
   c.p.set_busy(false);
   if (s.midi_erreur_code != 0) {
     if (importe) m.Label_defautP.set_text(service_conversion_interrompue());

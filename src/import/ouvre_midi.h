@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "console/context.h"
+#include "import/lecture_evenements.h"
 #include "import/quantisation.h"
 
 namespace brivel {
@@ -29,5 +30,9 @@ void Ouvre_midi_Click(Context& c);
 // tests call it with a hand-written file. False, with the piece refused,
 // when the file holds no note. Ends the program on a list too long.
 bool importe_evenements(Context& c, std::string_view octets, const ReglagesImport& r);
+
+// The same from lines already read. `notes_sans_fin`, the decoder's count
+// of notes that never ended, tells why a piece without rows has none.
+bool importe_lecture(Context& c, LectureEvenements&& l, const ReglagesImport& r, int64_t notes_sans_fin = 0);
 
 }  // namespace brivel

@@ -44,7 +44,8 @@ PreparationImport prepare_import(const ChampsImport& f) {
     return p;
   }
   if (!(nbpas > 0)) {
-    p.refus = refuse("la Précision (pas moteur par pas de perforation) doit être supérieure à 0 (page Moteurs et poinçon)");
+    p.refus =
+        refuse("la Précision (pas moteur par pas de perforation) doit être supérieure à 0 (page Moteurs et poinçon)");
     return p;
   }
   if (!(pasmot > 0)) {
@@ -68,7 +69,8 @@ PreparationImport prepare_import(const ChampsImport& f) {
   r.ponts = *pont_strict != 0;
   r.pont = val(f.PontY);
   if (r.ponts && !(std::floor(r.pont) + r.largeur >= 1)) {
-    p.refus = refuse("le paramètre des ponts (Ponts Y) donne un intervalle de trous nul : saisir 0 ou un nombre positif");
+    p.refus =
+        refuse("le paramètre des ponts (Ponts Y) donne un intervalle de trous nul : saisir 0 ou un nombre positif");
     return p;
   }
   if (f.Check5 && !nb_touches(f.NBTouches)) {
@@ -94,7 +96,13 @@ std::string message_temp_impossible(const std::string& chemin) {
   return "Impossible d'écrire le fichier de conversion " + chemin;
 }
 
-std::string message_aucune_note() { return "Aucune note à perforer dans ce fichier Midi"; }
+std::string message_aucune_note(int64_t notes_sans_fin) {
+  const std::string texte = "Aucune note à perforer dans ce fichier Midi";
+  if (notes_sans_fin <= 0) return texte;
+  return texte + " : " +
+         (notes_sans_fin == 1 ? "sa note commence" : std::to_string(notes_sans_fin) + " notes commencent") +
+         " sans jamais finir (note-on sans note-off avant la fin de la piste)";
+}
 
 std::string message_conversion_interrompue(const std::string& texte, bool importe) {
   return "La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" + texte + "\r\n" +
@@ -102,9 +110,7 @@ std::string message_conversion_interrompue(const std::string& texte, bool import
                   : "Aucune note n'a pu être lue.");
 }
 
-std::string service_conversion_interrompue() {
-  return "ATTENTION : fichier Midi endommagé, morceau tronqué";
-}
+std::string service_conversion_interrompue() { return "ATTENTION : fichier Midi endommagé, morceau tronqué"; }
 
 std::string message_limite_calcul_ponts() {
   return "Calcul limité à 99 pas moteur par pas de perforation et à un paramètre de pont de 99";
@@ -123,8 +129,7 @@ void refuse_piece(Context& c, const std::string& message) {
 
 void arret_trop_evenements(Context& c) {
   c.p.dialogs().message_box(
-      "Nombre d'évènements trop important\r\nSuggestion :\r\nAugmenter le seuil d'insertion des ponts",
-      BoxButtons::Ok);
+      "Nombre d'évènements trop important\r\nSuggestion :\r\nAugmenter le seuil d'insertion des ponts", BoxButtons::Ok);
   c.p.terminate_now();
 }
 

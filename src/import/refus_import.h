@@ -8,6 +8,7 @@
 // with the field to fix named, and no run can start (Command11 disabled).
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -37,10 +38,12 @@ PreparationImport prepare_import(const ChampsImport& f);
 std::optional<int> largeur_poincon(double poincon, double pas_Y_mm);
 
 // Messages.
-std::string refus_largeur_poincon();       // Command7 without a usable width
+std::string refus_largeur_poincon();  // Command7 without a usable width
 std::string message_fichier_illisible(const std::string& chemin);
 std::string message_temp_impossible(const std::string& chemin);
-std::string message_aucune_note();
+// `notes_sans_fin`: notes that began and never ended, which the converter
+// drops; the message then says so.
+std::string message_aucune_note(int64_t notes_sans_fin = 0);
 // Box after a conversion that stopped early; `importe` says whether notes
 // were read before the stop.
 std::string message_conversion_interrompue(const std::string& texte, bool importe);

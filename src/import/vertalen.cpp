@@ -33,10 +33,13 @@ char* put_digits(char* p, int64_t v, int width) {
 
 class Converter {
  public:
-  Converter(std::string_view data, std::string_view chemin, const std::function<void(int64_t, int64_t)>& gauge,
-            const std::function<void(std::string_view)>* sink)
+  using Sortie = std::function<bool(std::string_view)>;
+  struct Interruption {};  // the sink wants no more text
+
+  Converter(SourceMidi& data, std::string_view chemin, const std::function<void(int64_t, int64_t)>& gauge,
+            const Sortie* sink)
       : r_(data, gauge), chemin_(chemin), sink_(sink) {
-    out_.reserve(sink ? kFlushAt + 4096 : data.size() * 12 + 256);
+    out_.reserve(sink ? kFlushAt + 4096 : static_cast<std::size_t>(data.taille()) * 12 + 256);
   }
 
   VertalenResult run() {
@@ -46,9 +49,12 @@ class Converter {
     } catch (const ArretMidi& a) {
       result.midi_erreur_code = a.code;
       result.midi_erreur_texte = texte_arret_midi(a, location_);
+    } catch (const Interruption&) {
+      result.interrompu = true;
     }
+    result.notes_sans_fin = notes_sans_fin_;
     if (sink_) {
-      flush_out();
+      if (!result.interrompu && !out_.empty()) (*sink_)(out_);
     } else {
       result.text = std::move(out_);
     }
@@ -108,6 +114,7 @@ class Converter {
     first_ = first_of_format1;
     while (event()) {
     }
+    notes_sans_fin_ += static_cast<int64_t>(open_.size());  // dropped without a line
   }
 
   // Moves the tempo map on to the event's tick.
@@ -157,8 +164,9 @@ class Converter {
     if (sink_ && out_.size() >= kFlushAt) flush_out();
   }
   void flush_out() {
-    if (!out_.empty()) (*sink_)(out_);
+    const bool encore = (*sink_)(out_);
     out_.clear();
+    if (!encore) throw Interruption{};
   }
   void end_line() {
     *end_++ = '\r';
@@ -392,7 +400,7 @@ class Converter {
   static constexpr std::size_t kFlushAt = 1 << 16;
   LectureMidi r_;
   std::string_view chemin_;
-  const std::function<void(std::string_view)>* sink_;
+  const Sortie* sink_;
   std::string out_;
   char line_[96];  // the longest line: NOTE with its name
   char* end_ = line_;
@@ -418,19 +426,28 @@ class Converter {
   uint8_t statut_ = 0;
   int denominator_ = 4;
   int64_t location_ = 0;
+  int64_t notes_sans_fin_ = 0;
 };
 
 }  // namespace
 
 VertalenResult vertalen(std::string_view midi_bytes, std::string_view chemin_midi,
                         const std::function<void(int64_t value, int64_t max)>& gauge) {
-  return Converter(midi_bytes, chemin_midi, gauge, nullptr).run();
+  SourceMemoire source(midi_bytes);
+  return Converter(source, chemin_midi, gauge, nullptr).run();
 }
 
 VertalenResult vertalen(std::string_view midi_bytes, std::string_view chemin_midi,
-                        const std::function<void(std::string_view piece)>& sink,
+                        const std::function<bool(std::string_view piece)>& sink,
                         const std::function<void(int64_t value, int64_t max)>& gauge) {
-  return Converter(midi_bytes, chemin_midi, gauge, &sink).run();
+  SourceMemoire source(midi_bytes);
+  return Converter(source, chemin_midi, gauge, &sink).run();
+}
+
+VertalenResult vertalen(SourceMidi& midi, std::string_view chemin_midi,
+                        const std::function<bool(std::string_view piece)>& sink,
+                        const std::function<void(int64_t value, int64_t max)>& gauge) {
+  return Converter(midi, chemin_midi, gauge, &sink).run();
 }
 
 }  // namespace brivel

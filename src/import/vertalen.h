@@ -8,12 +8,16 @@
 #include <string>
 #include <string_view>
 
+#include "import/midi_lecture.h"
+
 namespace brivel {
 
 struct VertalenResult {
-  std::string text;                // the text event file, as it goes to disk
-  int16_t midi_erreur_code = 0;    // 0 when all went well
-  std::string midi_erreur_texte;   // empty when all went well
+  std::string text;               // the text event file, as it goes to disk
+  int16_t midi_erreur_code = 0;   // 0 when all went well
+  std::string midi_erreur_texte;  // empty when all went well
+  int64_t notes_sans_fin = 0;     // notes still open at their track's end, dropped without a line
+  bool interrompu = false;        // the sink asked for no more text: the file is cut short
 };
 
 // `chemin_midi` is the path shown in the HEAD line (UTF-8; written in the
@@ -24,10 +28,16 @@ VertalenResult vertalen(std::string_view midi_bytes, std::string_view chemin_mid
                         const std::function<void(int64_t value, int64_t max)>& gauge = {});
 
 // The same, handing the text to `sink` in pieces as it is made instead of
-// keeping it: memory then stays bound by the input and a small buffer.
-// The returned result has an empty text.
+// keeping it: memory then stays bound by a small buffer. A sink that
+// returns false stops the conversion there (`interrompu`). The returned
+// result has an empty text.
 VertalenResult vertalen(std::string_view midi_bytes, std::string_view chemin_midi,
-                        const std::function<void(std::string_view piece)>& sink,
+                        const std::function<bool(std::string_view piece)>& sink,
+                        const std::function<void(int64_t value, int64_t max)>& gauge = {});
+
+// The same over a source that reads the file as it goes (SourceFichier).
+VertalenResult vertalen(SourceMidi& midi, std::string_view chemin_midi,
+                        const std::function<bool(std::string_view piece)>& sink,
                         const std::function<void(int64_t value, int64_t max)>& gauge = {});
 
 }  // namespace brivel

@@ -1,6 +1,7 @@
 #include "import/ouvre_midi.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
@@ -153,6 +154,57 @@ TEST(OpenPiece, NoNoteIsRefused) {
   EXPECT_EQ(d.m.List3.count(), 0);
 }
 
+// A file picked in the dialog that is no piece: said in a box and on the
+// service line, the list emptied, no run possible, nothing left in Temp/.
+TEST(OpenPiece, FilesThatCannotBeOpened) {
+  const auto dir = std::filesystem::temp_directory_path() / ("brivel-open-" + std::to_string(getpid()));
+  std::filesystem::create_directories(dir);
+  const std::string endless = (dir / "endless.mid").string();
+  // Two note-ons, no note-off: the converter drops both at End of Track.
+  write_file(endless,
+             std::string("MThd\0\0\0\x06\0\0\0\x01\0\x60MTrk\0\0\0\x0C\0\x90\x3C\x40\0\x3E\x40\0\xFF\x2F\0", 34));
+  struct Case {
+    std::string path, message;
+  } cases[] = {
+      {dir.string(), "Fichier Midi refusé : " + dir.string() + " est un dossier"},
+      {"/dev/zero", "Fichier Midi refusé : /dev/zero n'est pas un fichier ordinaire (périphérique, tube ou socket)"},
+      {endless,
+       "Aucune note à perforer dans ce fichier Midi : 2 notes commencent sans jamais finir (note-on sans note-off "
+       "avant la fin de la piste)"},
+  };
+  for (const auto& c : cases) {
+    Desk d;
+    d.m.List3.add_row("0000001 00060 NOTE 0000002");
+    d.m.Command11.set_enabled(true);
+    d.p.sim_dialogs().open_answers.push_back(c.path);
+    d.m.Ouvre_midi.click();
+    EXPECT_EQ(d.m.Label_defautP.text(), c.message);
+    EXPECT_EQ(d.m.List3.count(), 0) << c.path;
+    EXPECT_FALSE(d.m.Command11.enabled()) << c.path;
+    EXPECT_FALSE(std::filesystem::exists(d.s.chemin_midid)) << c.path;
+  }
+  std::filesystem::remove_all(dir);
+}
+
+// The rows pass the limit long before the end of the file: the conversion
+// stops there, and never reaches the broken track behind.
+TEST(OpenPiece, TheRowLimitStopsTheConversion) {
+  std::string track;
+  for (int i = 0; i < 17000; ++i) track += std::string("\x00\x90\x3C\x40\x10\x80\x3C\x00", 8);
+  track += std::string("\x00\xFF\x2F\x00", 4);
+  const uint32_t n = static_cast<uint32_t>(track.size());
+  const std::string len = {static_cast<char>(n >> 24), static_cast<char>(n >> 16), static_cast<char>(n >> 8),
+                           static_cast<char>(n)};
+  const auto path = std::filesystem::temp_directory_path() / ("brivel-limit-" + std::to_string(getpid()) + ".mid");
+  write_file(path.string(), std::string("MThd\0\0\0\x06\0\0\0\x02\0\x60", 14) + "MTrk" + len + track + "junk");
+  Desk d;
+  d.p.sim_dialogs().open_answers.push_back(path.string());
+  EXPECT_THROW(d.m.Ouvre_midi.click(), SimProcessEnded);
+  std::filesystem::remove(path);
+  EXPECT_EQ(d.p.sim_dialogs().boxes.size(), 1u);
+  EXPECT_EQ(d.s.midi_erreur_code, 0);  // "MTrk not in file" was never read
+}
+
 TEST(OpenPiece, RefusedBeforeAnythingIsConverted) {
   struct Case {
     const char* field;
@@ -215,9 +267,8 @@ TEST(OpenPiece, DialogRoadWithAFileThatIsNoMidi) {
   EXPECT_GE(d.p.now() - t0, 2000);
   EXPECT_EQ(d.service, (Rows{"Analyse et conversion du fichier Midi", "Aucune note à perforer dans ce fichier Midi"}));
   EXPECT_EQ(d.s.midi_erreur_code, 5);
-  EXPECT_EQ(d.p.sim_dialogs().boxes,
-            Rows{"La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" + d.s.midi_erreur_texte +
-                 "\r\nAucune note n'a pu être lue."});
+  EXPECT_EQ(d.p.sim_dialogs().boxes, Rows{"La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" +
+                                          d.s.midi_erreur_texte + "\r\nAucune note n'a pu être lue."});
   EXPECT_TRUE(std::filesystem::is_directory(d.home + "Temp"));
   EXPECT_FALSE(std::filesystem::exists(d.s.chemin_midid));
   EXPECT_FALSE(d.m.Command11.enabled());
@@ -243,8 +294,8 @@ TEST(OpenPiece, MultipleSelectionChainAndRestore) {
     EXPECT_EQ(d.s.chemin_midi, "/nulle/part/a.mid");
     EXPECT_EQ(d.s.nom_midi_court, "a");
     // The file isn't there: said in a box and on the service line.
-    EXPECT_EQ(d.p.sim_dialogs().boxes, Rows{"Impossible de lire le fichier Midi /nulle/part/a.mid"});
-    EXPECT_EQ(d.m.Label_defautP.text(), "Impossible de lire le fichier Midi /nulle/part/a.mid");
+    EXPECT_EQ(d.p.sim_dialogs().boxes, Rows{"Fichier Midi introuvable : /nulle/part/a.mid"});
+    EXPECT_EQ(d.m.Label_defautP.text(), "Fichier Midi introuvable : /nulle/part/a.mid");
   }
   {
     Desk d;  // a chain step: no dialog, fichiers_restants untouched

@@ -1,10 +1,14 @@
 #include "import/vertalen.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <vector>
 
+#include "import/fichier_midi.h"
 #include "import/smf_hex.h"
 
 namespace brivel::test {
@@ -351,9 +355,42 @@ TEST(Vertalen, PathInTheCodePageAndTextInPieces) {
   EXPECT_NE(r.text.find("\r\nHEAD ##10000  /tmp/\xE9.mid 00000\r\nENDF 9999999\r\n"), std::string::npos);
 
   std::string pieces;
-  VertalenResult streamed = vertalen(file, "/tmp/é.mid", [&](std::string_view p) { pieces += p; });
+  VertalenResult streamed = vertalen(file, "/tmp/é.mid", [&](std::string_view p) {
+    pieces += p;
+    return true;
+  });
   EXPECT_EQ(pieces, r.text);
   EXPECT_TRUE(streamed.text.empty());
+  EXPECT_FALSE(streamed.interrompu);
+
+  // Read from disk in slices: the same text.
+  const auto path = std::filesystem::temp_directory_path() / ("brivel-vertalen-" + std::to_string(getpid()) + ".mid");
+  std::ofstream(path, std::ios::binary) << file;
+  SourceFichier disk(path.string());
+  std::string from_disk;
+  vertalen(disk, "/tmp/é.mid", [&](std::string_view p) {
+    from_disk += p;
+    return true;
+  });
+  std::filesystem::remove(path);
+  EXPECT_EQ(from_disk, r.text);
+  EXPECT_FALSE(disk.erreur());
+
+  // A sink that wants no more stops the conversion at its first piece.
+  std::string controllers;
+  for (int i = 0; i < 5000; ++i) controllers += "00 B0 07 64 ";  // some 190 KB of text
+  int calls = 0;
+  VertalenResult stopped =
+      vertalen(one_track(0, 96, controllers), "x.mid", [&](std::string_view) { return ++calls < 1; });
+  EXPECT_TRUE(stopped.interrompu);
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(stopped.midi_erreur_code, 0);
+}
+
+TEST(Vertalen, NotesThatNeverEndAreCounted) {
+  // Two keys opened, one closed: one note is left open at End of Track.
+  EXPECT_EQ(vertalen(one_track(0, 96, "00 90 3C 40  00 90 3E 40  60 80 3C 00 "), "x.mid").notes_sans_fin, 1);
+  EXPECT_EQ(vertalen(one_track(0, 96, "00 90 3C 40  60 80 3C 00 "), "x.mid").notes_sans_fin, 0);
 }
 
 }  // namespace
