@@ -244,6 +244,12 @@ Model::Model() {
   add(value, "EEPROM", "0", "", "Valeur");
   add(eeprom_read, "EEPROM", "Read");
   add(eeprom_write, "EEPROM", "Write");
+
+  // Firmware upload report.
+  add(Upload, "", "Programmation du microcontrôleur").visible_ = false;
+  add(upload_status, "Upload", "");
+  add(upload_report, "Upload", "");
+  add(upload_close, "Upload", "Fermer");
 }
 
 Element* Model::find(std::string_view name) {

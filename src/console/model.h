@@ -150,6 +150,13 @@ class Model {
   Element adress{Kind::TextField, "EEPROM.adress"}, value{Kind::TextField, "EEPROM.value"};
   Element eeprom_read{Kind::Button, "EEPROM.Command1"}, eeprom_write{Kind::Button, "EEPROM.Command2"};
 
+  // --- Firmware upload report ---------------------------------------------------
+  // What the uploader says, as it says it, and its outcome in plain words. The
+  // window stays open until the operator closes it.
+  Element Upload{Kind::Form, "Upload"};
+  Element upload_status{Kind::Label, "Upload.status"}, upload_report{Kind::Label, "Upload.report"};
+  Element upload_close{Kind::Button, "Upload.close"};
+
   // The window sizes of the pages, in twips.
   static constexpr int kNarrowWidth = 6810, kNarrowHeight = 5700;
   static constexpr int kWideWidth = 8505, kWideHeight = 6660;

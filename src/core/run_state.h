@@ -69,6 +69,13 @@ struct RunState {
   std::string NbpasY_sauve;
   bool avance_continue = false;
   bool visu_active = false;
+  // A manual command, a calibration, the continuous feed, a detector poll or
+  // an EEPROM access is waiting on the machine: another one would share its
+  // reply flags, so it is refused.
+  bool commande_machine = false;
+  // Time-out of a punch cycle's wait in ms while a Z calibration tries long
+  // pulses, worked out from the pulse values it sent; 0: the line's own.
+  double delai_cycle_Z_ms = 0;
 
   // --- Module variables -------------------------------------------------------
   int32_t compteur_trous = 0;  // punch cycles since the start of the piece

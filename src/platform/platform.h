@@ -47,6 +47,15 @@ class SerialPort {
 
   // The receive handler (OnComm). It runs only inside a turn of the event loop.
   virtual void set_on_comm(std::function<void(int comm_event)> handler) = 0;
+
+  // Why the last opening failed or the open port was lost, in French, with
+  // the port's number and device ("Port 7 (/dev/ttyACM0) : accès refusé —
+  // ..."); empty after a good opening, or where nothing is known.
+  virtual std::string last_error() const { return {}; }
+
+  // The device path of port n, for outside programs that open the port
+  // themselves (the firmware uploader); "" when the number names no device.
+  virtual std::string device_path(int /*n*/) const { return {}; }
 };
 
 // Arrival and removal of devices. An arrival of a serial port is reported
@@ -104,6 +113,16 @@ class Platform : public EventLoop {
   virtual bool open_document(const std::string& path_or_url) = 0;
   // Starts a command file in a terminal window and returns at once.
   virtual bool start_command_file(const std::string& path) = 0;
+
+  // Runs the shell script `path` in the background and returns at once; its
+  // standard output and errors, mixed in the order they come, go to
+  // `on_output` piece by piece, then its end to `on_end`. Both run inside
+  // turns. False when it could not be started (nothing is called then).
+  struct CommandReport {
+    std::function<void(const std::string& text)> on_output;
+    std::function<void(int exit_code, bool crashed)> on_end;
+  };
+  virtual bool run_command_file(const std::string& /*path*/, CommandReport /*report*/) { return false; }
 
   // Ends every process of this program's own image for this user, the
   // calling one last. Does not return in the real program.

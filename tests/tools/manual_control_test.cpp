@@ -2,6 +2,7 @@
 
 #include "console/pages.h"
 #include "support/sim_console.h"
+#include "tools/tools_rig.h"
 
 namespace brivel::test {
 namespace {
@@ -35,6 +36,89 @@ TEST(ManualControl, RefusedWithThePortClosed) {
   sc.m.CommandeX_P.operator_click();
   EXPECT_TRUE(sc.p.line().empty());
   EXPECT_NE(sc.m.Label_defautP.text().find("Machine non connectée"), std::string::npos);
+}
+
+// A second command while one waits on the machine would share its reply
+// flags: it is refused and sends nothing.
+TEST(ManualControl, SecondCommandRefusedWhileOneWaits) {
+  ToolsRig r(BoardOptions{false, 0, {}});  // moves take their time
+  r.m.Demipas.set_value(0);
+  r.m.nb_PasX.set_text("1000");
+  r.click_later(400, r.m.CommandeZ_M);
+  r.m.CommandeX_P.operator_click();
+  EXPECT_EQ(r.sent(), (std::vector<std::string>{"AGxxxxx\n", "MX01000\n", "ZGxxxxx\n"}));
+  EXPECT_EQ(r.m.Label_defautP.text(), "Commande refusée : la machine exécute déjà une commande");
+  EXPECT_EQ(r.m.LabelX.text(), "1000");
+  r.from = r.mark();
+  r.m.CommandeZ_M.operator_click();
+  EXPECT_EQ(r.sent().size(), 3u) << "free again afterwards";
+}
+
+// The feed moves 200 Y steps at a time; the stop's own handler runs inside
+// the last move's wait and sends AG and ZG, the feed's end one more ZG.
+TEST(ManualControl, ContinuousFeedStartAndStop) {
+  ToolsRig r;
+  r.m.Label_defautP.set_text("Prêt à perforer");
+  r.m.Avance.set_enabled(true);
+  fenetre_perforation_Click(r.c);
+  bool seen = false;
+  r.p.at(r.p.now() + 500, [&] {
+    seen = true;
+    EXPECT_EQ(r.m.Label_defautP.text(), "Avance en continu du carton");
+    EXPECT_EQ(r.m.Avance.text(), "Stop");
+    EXPECT_NE(r.s.hors_watchdog, 0);
+  });
+  r.click_later(700, r.m.Avance);
+  r.m.Avance.operator_click();
+  EXPECT_TRUE(seen);
+  auto got = r.sent();
+  const long moves = count(got, "MY02000\n");
+  ASSERT_GT(moves, 1);
+  std::vector<std::string> want = {"AGxxxxx\n"};
+  want.insert(want.end(), moves, "MY02000\n");
+  for (const char* f : {"AGxxxxx\n", "ZGxxxxx\n", "ZGxxxxx\n"}) want.push_back(f);
+  EXPECT_EQ(got, want);
+  EXPECT_EQ(r.m.Label_defautP.text(), "Prêt à perforer");
+  EXPECT_EQ(r.m.Label_defautP.tooltip(), "");
+  EXPECT_EQ(r.m.Avance.text(), "Avance");
+  EXPECT_EQ(r.m.nb_PasY.text(), "200");
+  EXPECT_EQ(r.s.compteur_Y, 200 * moves);
+  EXPECT_EQ(r.s.hors_watchdog, 0);
+  EXPECT_FALSE(r.s.commande_machine);
+}
+
+TEST(ManualControl, FeedEndsWhenThePortGoes) {
+  ToolsRig r;
+  r.m.Avance.set_enabled(true);
+  fenetre_perforation_Click(r.c);
+  r.p.at(r.p.now() + 600, [&] { r.p.sim_serial().remove_port(10); });
+  r.m.Avance.operator_click();
+  EXPECT_FALSE(r.s.avance_continue);
+  EXPECT_EQ(r.m.Avance.text(), "Avance");
+  EXPECT_EQ(r.m.Shape1.color(), palette::kLightRed);
+  EXPECT_NE(r.m.Label_defautP.text().find("Liaison série perdue"), std::string::npos);
+}
+
+TEST(ManualControl, RazBeforeAndAfterTheFirstRun) {
+  struct Case {
+    bool after_first_run;
+    std::vector<std::string> frames;
+    const char* label_x;
+  } cases[] = {{false, {"ZXxxxxx\n"}, "0"}, {true, {}, "120"}};
+  for (const auto& c : cases) {
+    ToolsRig r;
+    r.m.nb_PasX.set_text("120");
+    r.m.CommandeX_P.operator_click();
+    r.s.perforation_lancee = c.after_first_run;
+    r.m.Label_defaut.set_text("Erreur repos poinçon");
+    r.m.CommandeY_M.set_enabled(false);  // as an origin search leaves it
+    r.from = r.mark();
+    r.m.RAZ.operator_click();
+    EXPECT_EQ(r.sent(), c.frames);
+    EXPECT_EQ(r.m.LabelX.text(), c.label_x);
+    EXPECT_TRUE(r.m.CommandeY_M.enabled());
+    EXPECT_EQ(r.s.mesure_origine != 0, !c.after_first_run);
+  }
 }
 
 }  // namespace

@@ -1,8 +1,12 @@
 #include "platform/qt/qt_devices.h"
 
 #include <libudev.h>
+#include <sys/stat.h>
 
+#include <QFileInfo>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "platform/qt/port_table.h"
 
@@ -25,10 +29,9 @@ QtDevices::QtDevices() {
   if (!udev_) return;
   monitor_ = udev_monitor_new_from_netlink(udev_, "udev");
   if (!monitor_) return;
-  // Serial ports for arrivals; any USB device too, since the removal of any
-  // device (a stick, the board's own cable) closes the connection.
-  udev_monitor_filter_add_match_subsystem_devtype(monitor_, "tty", nullptr);
-  udev_monitor_filter_add_match_subsystem_devtype(monitor_, "usb", "usb_device");
+  // No filter: the removal of any device, whatever its kind (a stick, a
+  // disk, the board's own cable), closes the connection; arrivals are sorted
+  // by device_change, which keeps only numbered ports.
   if (udev_monitor_enable_receiving(monitor_) < 0) return;
   int fd = udev_monitor_get_fd(monitor_);
   if (fd < 0) return;
@@ -40,6 +43,53 @@ QtDevices::~QtDevices() {
   notifier_.reset();
   if (monitor_) udev_monitor_unref(monitor_);
   if (udev_) udev_unref(udev_);
+}
+
+namespace {
+
+// The links comN of the folder, each with where it leads and the link's own
+// inode: a simulator started again makes a new link, which may lead to the
+// same pseudo-terminal number as the one before. Links that lead nowhere
+// are left out.
+std::map<std::string, std::string> live_links(const std::string& folder) {
+  std::map<std::string, std::string> out;
+  std::error_code ec;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
+    const std::string name = entry.path().filename().string();
+    if (name.rfind("com", 0) != 0 || !entry.is_symlink(ec)) continue;
+    auto target = std::filesystem::canonical(entry.path(), ec);
+    struct stat st {};
+    if (!ec && ::lstat(entry.path().c_str(), &st) == 0) out[name] = target.string() + "#" + std::to_string(st.st_ino);
+  }
+  return out;
+}
+
+}  // namespace
+
+void QtDevices::set_ports_folder(const std::string& folder) {
+  ports_folder_ = folder;
+  links_ = live_links(folder);
+  watcher_ = std::make_unique<QFileSystemWatcher>();
+  // The folder itself may be made later (by the simulator): its parent is
+  // watched too.
+  const QString dir = QString::fromStdString(folder);
+  watcher_->addPath(QFileInfo(dir).absolutePath());
+  if (QFileInfo(dir).isDir()) watcher_->addPath(dir);
+  QObject::connect(watcher_.get(), &QFileSystemWatcher::directoryChanged, [this] { on_folder_changed(); });
+}
+
+void QtDevices::on_folder_changed() {
+  const QString dir = QString::fromStdString(ports_folder_);
+  if (QFileInfo(dir).isDir() && !watcher_->directories().contains(QFileInfo(dir).absoluteFilePath()))
+    watcher_->addPath(dir);
+  auto now = live_links(ports_folder_);
+  for (const auto& [name, target] : now) {
+    auto was = links_.find(name);
+    if (was != links_.end() && was->second == target) continue;
+    const int n = std::atoi(name.c_str() + 3);
+    if (n > 0 && std::to_string(n) == name.substr(3) && arrival_) arrival_(3, 0, "COM" + std::to_string(n));
+  }
+  links_ = std::move(now);
 }
 
 void QtDevices::on_event() {

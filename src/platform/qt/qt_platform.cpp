@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <memory>
 #include <vector>
 
 #include "platform/qt/desktop.h"
@@ -50,6 +51,9 @@ struct QtPlatform::Impl {
 QtPlatform::QtPlatform() : d_(std::make_unique<Impl>()) {
   d_->clock.start();
   d_->dialogs = &d_->real_dialogs;
+  // A port lost under the program is a removal as far as the console goes:
+  // the lamps turn red, and a wait on the line ends at once.
+  d_->serial.set_on_lost([this] { d_->devices.report_removal(); });
 }
 
 QtPlatform::~QtPlatform() = default;
@@ -139,6 +143,31 @@ bool QtPlatform::start_command_file(const std::string& path) {
   // without one, in the background.
   if (QProcess::startDetached("x-terminal-emulator", {"-e", "sh", p})) return true;
   return QProcess::startDetached("sh", {p});
+}
+
+bool QtPlatform::run_command_file(const std::string& path, CommandReport report) {
+  QString p = QString::fromStdString(path);
+  if (!QFileInfo(p).isFile()) return false;
+  auto* proc = new QProcess;
+  proc->setProcessChannelMode(QProcess::MergedChannels);
+  auto shared = std::make_shared<CommandReport>(std::move(report));
+  QObject::connect(proc, &QProcess::readyRead, proc, [proc, shared] {
+    const QByteArray bytes = proc->readAll();
+    if (!bytes.isEmpty() && shared->on_output) shared->on_output(bytes.toStdString());
+  });
+  QObject::connect(proc, &QProcess::finished, proc, [proc, shared](int code, QProcess::ExitStatus status) {
+    const QByteArray rest = proc->readAll();
+    if (!rest.isEmpty() && shared->on_output) shared->on_output(rest.toStdString());
+    if (shared->on_end) shared->on_end(code, status == QProcess::CrashExit);
+    proc->deleteLater();
+  });
+  proc->start(QStringLiteral("sh"), {p});
+  // The shell itself starts at once or not at all.
+  if (!proc->waitForStarted(5000)) {
+    delete proc;
+    return false;
+  }
+  return true;
 }
 
 void QtPlatform::end_processes(const std::string&) {

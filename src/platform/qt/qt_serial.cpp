@@ -1,27 +1,63 @@
 #include "platform/qt/qt_serial.h"
 
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <termios.h>
+#include <unistd.h>
 
+#include <QMetaEnum>
 #include <QMetaObject>
+#include <cerrno>
 
 #include "platform/qt/line_settings.h"
 #include "platform/qt/port_table.h"
 
 namespace brivel {
 
+std::string port_error_text(QSerialPort::SerialPortError e) {
+  const char* key = QMetaEnum::fromType<QSerialPort::SerialPortError>().valueToKey(e);
+  return key ? key : std::to_string(static_cast<int>(e));
+}
+
+std::string open_failure_reason(const std::string& path, QSerialPort::SerialPortError e) {
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0)
+    return errno == EACCES ? "accès refusé au chemin du port" : "le périphérique n'existe pas (carte débranchée ?)";
+  if (!S_ISCHR(st.st_mode)) return "ce n'est pas un port série (le lien mène à un fichier ordinaire ou un dossier)";
+  if (::access(path.c_str(), R_OK | W_OK) != 0)
+    return "accès refusé — ajoutez votre compte au groupe dialout (sudo adduser $USER dialout), puis reconnectez-vous";
+  switch (e) {
+    case QSerialPort::PermissionError:
+    case QSerialPort::OpenError:
+      return "déjà utilisé par un autre programme";
+    case QSerialPort::DeviceNotFoundError:
+      return "le périphérique n'existe pas (carte débranchée ?)";
+    case QSerialPort::UnsupportedOperationError:
+      return "ce périphérique n'est pas un port série";
+    default:
+      return "ouverture impossible (" + port_error_text(e) + ")";
+  }
+}
+
 QtSerialPort::QtSerialPort() {
   QObject::connect(&port_, &QSerialPort::readyRead, &context_, [this] { on_ready_read(); });
   QObject::connect(&port_, &QSerialPort::errorOccurred, &context_, [this](QSerialPort::SerialPortError e) {
-    // A device pulled out from under us: the port is gone and the program
-    // sees it closed. The close waits for the next turn, out of the serial
+    // A device pulled out from under us (ResourceError), or a line whose
+    // other end has gone (a pseudo-terminal whose simulator was killed reads
+    // EIO: ReadError, over and over): the port is gone and the program sees
+    // it closed. The close waits for the next turn, out of the serial
     // library's own call, and leaves alone a port opened again meanwhile.
-    if (e != QSerialPort::ResourceError || !port_.isOpen()) return;
+    if ((e != QSerialPort::ResourceError && e != QSerialPort::ReadError) || !port_.isOpen() || loss_queued_) return;
+    loss_queued_ = true;
     const unsigned opening = opening_;
     QMetaObject::invokeMethod(
         &context_,
         [this, opening] {
-          if (opening == opening_) close();
+          loss_queued_ = false;
+          if (opening != opening_ || !port_.isOpen()) return;
+          close();
+          error_ = port_label() + " : liaison perdue (carte débranchée ou simulateur arrêté)";
+          if (on_lost_) on_lost_();
         },
         Qt::QueuedConnection);
   });
@@ -31,8 +67,20 @@ QtSerialPort::~QtSerialPort() {
   if (port_.isOpen()) port_.close();
 }
 
+std::string QtSerialPort::device_path(int n) const { return port_device_path(n, ports_folder_); }
+
+std::string QtSerialPort::port_label() const {
+  std::string path = port_device_path(number_, ports_folder_);
+  return "Port " + std::to_string(number_) + (path.empty() ? "" : " (" + path + ")");
+}
+
 bool QtSerialPort::set_port_number(int n) {
-  if (port_.isOpen() || port_device_path(n, ports_folder_).empty()) return false;
+  if (port_.isOpen()) return false;
+  if (port_device_path(n, ports_folder_).empty()) {
+    error_ = "Port " + std::to_string(n) + " : aucun port série ne porte ce numéro (1 à 32, ou un lien " +
+             (ports_folder_.empty() ? std::string("ports/comN") : ports_folder_ + "/com" + std::to_string(n)) + ")";
+    return false;
+  }
   number_ = n;
   return true;
 }
@@ -47,13 +95,17 @@ bool QtSerialPort::open() {
   port_.setParity(QSerialPort::NoParity);
   port_.setStopBits(QSerialPort::OneStop);
   port_.setFlowControl(QSerialPort::NoFlowControl);
-  if (!port_.open(QIODevice::ReadWrite)) return false;
+  if (!port_.open(QIODevice::ReadWrite)) {
+    error_ = port_label() + " : " + open_failure_reason(path, port_.error());
+    return false;
+  }
   // The serial library claims the line for itself (TIOCEXCL); on a
   // pseudo-terminal that claim outlives a killed program and would keep a
   // restarted one out, so we don't rely on it.
   ioctl(port_.handle(), TIOCNXCL);
   ++opening_;
   buffer_.clear();
+  error_.clear();
   return true;
 }
 
@@ -67,11 +119,21 @@ void QtSerialPort::set_settings(std::string_view settings) {
   if (!ls) return;
   port_.setBaudRate(ls->baud);
   switch (ls->parity) {
-    case 'e': port_.setParity(QSerialPort::EvenParity); break;
-    case 'o': port_.setParity(QSerialPort::OddParity); break;
-    case 'm': port_.setParity(QSerialPort::MarkParity); break;
-    case 's': port_.setParity(QSerialPort::SpaceParity); break;
-    default: port_.setParity(QSerialPort::NoParity); break;
+    case 'e':
+      port_.setParity(QSerialPort::EvenParity);
+      break;
+    case 'o':
+      port_.setParity(QSerialPort::OddParity);
+      break;
+    case 'm':
+      port_.setParity(QSerialPort::MarkParity);
+      break;
+    case 's':
+      port_.setParity(QSerialPort::SpaceParity);
+      break;
+    default:
+      port_.setParity(QSerialPort::NoParity);
+      break;
   }
   port_.setDataBits(static_cast<QSerialPort::DataBits>(ls->data_bits));
   port_.setStopBits(ls->stop_halves == 4   ? QSerialPort::TwoStop
@@ -125,7 +187,8 @@ void QtSerialPort::on_ready_read() {
   // signal of their own (the serial library doesn't nest it): fetch them at
   // the next turn.
   if (port_.isOpen() && port_.bytesAvailable() > 0)
-    QMetaObject::invokeMethod(&context_, [this] { on_ready_read(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &context_, [this] { on_ready_read(); }, Qt::QueuedConnection);
 }
 
 void QtSerialPort::dispatch() {

@@ -15,6 +15,13 @@
 
 namespace brivel {
 
+// Why a port could not be opened, in French, with what to do about it:
+// checked on the device itself, since the serial library gives one error
+// for a refused access and for a port held by another program.
+std::string open_failure_reason(const std::string& path, QSerialPort::SerialPortError e);
+// The serial library's name of an error, for the rare ones.
+std::string port_error_text(QSerialPort::SerialPortError e);
+
 class QtSerialPort : public SerialPort {
  public:
   QtSerialPort();
@@ -36,11 +43,17 @@ class QtSerialPort : public SerialPort {
   std::string input() override;
   int in_buffer_count() const override { return buffer_.count(); }
   void set_on_comm(std::function<void(int)> handler) override { on_comm_ = std::move(handler); }
+  std::string last_error() const override { return error_; }
+  // Called inside a turn when the open port is lost (the device or the
+  // other end of the line has gone); the port is closed by then.
+  void set_on_lost(std::function<void()> f) { on_lost_ = std::move(f); }
+  std::string device_path(int n) const override;
 
  private:
   void on_ready_read();
   void dispatch();
   void schedule_dispatch();
+  std::string port_label() const;  // "Port 7 (/dev/ttyACM0)"
 
   QObject context_;  // owner of the queued dispatches
   QSerialPort port_;
@@ -50,6 +63,9 @@ class QtSerialPort : public SerialPort {
   int number_ = 1;
   bool dispatch_queued_ = false;
   unsigned opening_ = 0;  // counts the openings, to tell a stale loss report
+  bool loss_queued_ = false;
+  std::string error_;
+  std::function<void()> on_lost_;
 };
 
 }  // namespace brivel

@@ -153,6 +153,12 @@ bool SimPlatform::start_command_file(const std::string& path) {
   return true;
 }
 
+bool SimPlatform::run_command_file(const std::string& path, CommandReport report) {
+  if (!commands_start_) return false;
+  commands_run_.push_back({path, std::move(report)});
+  return true;
+}
+
 void SimPlatform::end_processes(const std::string&) { throw SimProcessEnded(true); }
 
 void SimPlatform::terminate_now() { throw SimProcessEnded(false); }

@@ -72,6 +72,9 @@ class SimSerialPort : public SerialPort {
   std::string input() override { return buffer_.take(); }
   int in_buffer_count() const override { return buffer_.count(); }
   void set_on_comm(std::function<void(int)> handler) override { on_comm_ = std::move(handler); }
+  std::string device_path(int n) const override {
+    return ports_.count(n) ? "/dev/sim/com" + std::to_string(n) : std::string();
+  }
 
   // --- test side ---
   // Makes port n exist, with `peer` (may be null: nothing answers) behind it.
@@ -131,6 +134,7 @@ class SimPlatform : public Platform {
   void set_busy(bool busy) override;
   bool open_document(const std::string& path) override;
   bool start_command_file(const std::string& path) override;
+  bool run_command_file(const std::string& path, CommandReport report) override;
   void end_processes(const std::string& image) override;
   void terminate_now() override;
   std::optional<std::string> env(const std::string& name) override;
@@ -161,6 +165,15 @@ class SimPlatform : public Platform {
   bool busy() const { return busy_; }
   const std::vector<std::string>& documents() const { return documents_; }
   const std::vector<std::string>& command_files() const { return command_files_; }
+  // Scripts given to run_command_file, with what they report: the test makes
+  // them speak and end (from inside a turn, through at()).
+  struct SimCommand {
+    std::string path;
+    CommandReport report;
+  };
+  std::vector<SimCommand>& commands_run() { return commands_run_; }
+  // run_command_file fails from now on when false.
+  void set_commands_start(bool ok) { commands_start_ = ok; }
   uint64_t turns() const { return turns_; }
 
  private:
@@ -195,6 +208,8 @@ class SimPlatform : public Platform {
   bool busy_ = false;
   std::vector<bool> busy_log_;
   std::vector<std::string> documents_, command_files_;
+  std::vector<SimCommand> commands_run_;
+  bool commands_start_ = true;
 };
 
 }  // namespace brivel

@@ -145,7 +145,8 @@ void cycle_Z(Context& c) {
     if (envoie(c, frame)) {
       efface_drapeaux(s, kRepA | kRepB | kRepC);
       if (s.hors_watchdog == 0 && s.perforation_lancee) arme_watchdog(c);
-      a = attend(c, [&s] { return s.watchdog_echu != 0 || s.rep_C || s.rep_B || s.rep_A; }, kDelaiReponseMs);
+      const double delai = s.delai_cycle_Z_ms > 0 ? s.delai_cycle_Z_ms : kDelaiReponseMs;
+      a = attend(c, [&s] { return s.watchdog_echu != 0 || s.rep_C || s.rep_B || s.rep_A; }, delai);
     }
     if (a != Attente::Reponse) {
       defaut_liaison(c, a);

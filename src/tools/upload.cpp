@@ -1,0 +1,158 @@
+#include "tools/upload.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "core/numbers.h"
+#include "link/connection.h"
+#include "persistence/files/text_file.h"
+
+namespace brivel {
+
+namespace {
+namespace fs = std::filesystem;
+
+constexpr int kAvantProgrammationMs = 1000;
+constexpr const char* kRelancer = "Relancer Brivel avant de poursuivre";
+
+// The report as the window shows it: line ends of any kind become "\n".
+std::string lignes_unix(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\r') {
+      if (i + 1 < text.size() && text[i + 1] == '\n') continue;
+      out += '\n';
+    } else {
+      out += text[i];
+    }
+  }
+  return out;
+}
+
+void ouvre_rapport(Model& m, const std::string& etat, const std::string& texte, bool fini) {
+  m.upload_status.set_text(etat);
+  m.upload_report.set_text(texte);
+  m.upload_close.set_enabled(fini);
+  m.Upload.set_visible(true);
+}
+
+// What is missing to upload, in words for the report window; empty when
+// nothing is.
+std::string manque(Context& c) {
+  const std::string image = chemin_image(c.s.dossier_appli);
+  if (!cherche_programme(c.p.env("PATH").value_or(""), "avrdude"))
+    return "avrdude est introuvable : installer le paquet avrdude de la distribution (sudo apt install avrdude), "
+           "puis recommencer.";
+  std::error_code ec;
+  if (!fs::is_regular_file(image, ec))
+    return "L'image du microprogramme est introuvable : " + image + "\nLa copier à cet endroit, puis recommencer.";
+  return {};
+}
+}  // namespace
+
+const char* options_carte(Carte carte) {
+  return carte == Carte::Uno ? " -b115200 -D -Uflash:w:" : " -b57600 -D -Uflash:w:";
+}
+
+std::string cite_shell(std::string_view text) {
+  std::string out = "'";
+  for (char ch : text) {
+    if (ch == '\'')
+      out += "'\\''";
+    else
+      out += ch;
+  }
+  return out + "'";
+}
+
+std::string chemin_fichier_commande(const std::string& dossier_appli) {
+  return dossier_appli + "Temp/temp_com_fich.sh";
+}
+
+std::string chemin_image(const std::string& dossier_appli) {
+  return dossier_appli + "Brivel_uploader/Binaire/Brivel.cpp.hex";
+}
+
+std::string fichier_commande(const std::string& dossier_appli, const std::string& port, Carte carte) {
+  return "#!/bin/sh\n"
+         "cd " +
+         cite_shell(dossier_appli + "Brivel_uploader") + " || exit 1\n" + "avrdude -v -pm328p -carduino -P" +
+         cite_shell(port) + options_carte(carte) + cite_shell(chemin_image(dossier_appli)) + ":i\n";
+}
+
+std::optional<std::string> cherche_programme(std::string_view path_env, const std::string& nom) {
+  std::size_t debut = 0;
+  while (debut <= path_env.size()) {
+    std::size_t fin = path_env.find(':', debut);
+    if (fin == std::string_view::npos) fin = path_env.size();
+    // An empty entry is the current folder, as the shell takes it.
+    std::string dossier(path_env.substr(debut, fin - debut));
+    if (dossier.empty()) dossier = ".";
+    const std::string chemin = dossier + "/" + nom;
+    std::error_code ec;
+    if (fs::is_regular_file(chemin, ec) && access(chemin.c_str(), X_OK) == 0) return chemin;
+    debut = fin + 1;
+  }
+  return std::nullopt;
+}
+
+std::string issue_programmation(int code, bool interrompu) {
+  if (interrompu) return "Échec : avrdude s'est arrêté brutalement. Le microcontrôleur n'est peut-être pas programmé.";
+  if (code == 0) return "Programmation réussie : avrdude a terminé sans erreur.";
+  return "Échec de la programmation : avrdude a terminé en erreur (code " + std::to_string(code) +
+         "). Le rapport ci-dessus en donne la raison.";
+}
+
+void Prog_Click(Context& c, Carte carte) {
+  Model& m = c.m;
+  const std::string script = chemin_fichier_commande(c.s.dossier_appli);
+  // Written before the question: a "No" leaves the new file on disk.
+  if (!ecrit_fichier_atomique(script,
+                              fichier_commande(c.s.dossier_appli, c.p.serial().device_path(numero_port(c)), carte))) {
+    m.Label_defautP.set_text("Programmation impossible : le fichier de commande " + script + " ne peut pas être écrit");
+    return;
+  }
+  if (c.p.dialogs().message_box("Voulez-vous vraiment reprogrammer le microcontroleur ?\r\n",
+                                BoxButtons::YesNoDefaultNo) != BoxAnswer::Yes)
+    return;
+  if (!c.p.serial().is_open()) {
+    // An open port is the proof that AdressePort names a real port.
+    c.p.dialogs().message_box("Définir un numéro de port valide\r\n", BoxButtons::Ok);
+    m.Label_defautP.set_text(kRelancer);
+    return;
+  }
+  // Told before the connection is closed: the machine stays usable.
+  if (std::string pourquoi = manque(c); !pourquoi.empty()) {
+    ouvre_rapport(m, "Programmation impossible : rien n'a été envoyé à la carte.", pourquoi, true);
+    m.Label_defautP.set_text("Programmation impossible : voir la fenêtre de programmation");
+    return;
+  }
+  connexion_off(c);
+  attente_ms(c.p, kAvantProgrammationMs);
+  ouvre_rapport(m, "Programmation en cours : ne pas débrancher la carte.", "", false);
+  Platform::CommandReport rapport;
+  rapport.on_output = [&m](const std::string& texte) {
+    m.upload_report.set_text(m.upload_report.text() + lignes_unix(texte));
+  };
+  rapport.on_end = [&m](int code, bool interrompu) {
+    m.upload_status.set_text(issue_programmation(code, interrompu));
+    m.upload_close.set_enabled(true);
+  };
+  if (!c.p.run_command_file(script, std::move(rapport))) {
+    m.upload_status.set_text("Échec : le fichier de commande " + script + " n'a pas pu être lancé.");
+    m.upload_close.set_enabled(true);
+  }
+  m.Label_defautP.set_text(kRelancer);
+}
+
+void install_upload(Context& c) {
+  Model& m = c.m;
+  m.Prog_nano.handler = [&c] { Prog_Click(c, Carte::Nano); };
+  m.Prog_duemilanove.handler = [&c] { Prog_Click(c, Carte::Duemilanove); };
+  m.Prog_uno_rev3.handler = [&c] { Prog_Click(c, Carte::Uno); };
+  m.upload_close.handler = [&c] { c.m.Upload.set_visible(false); };
+}
+
+}  // namespace brivel
