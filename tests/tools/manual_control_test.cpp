@@ -121,5 +121,26 @@ TEST(ManualControl, RazBeforeAndAfterTheFirstRun) {
   }
 }
 
+// Frame1's step fields in millimetres: X at 0.23 mm a step, Y at pas_Y_mm
+// (NbpasY 10 of PasmotY 0.083 on the motor page).
+TEST(ManualControl, StepFieldsShownInMillimetres) {
+  struct Case {
+    const char* field;
+    const char* text;
+    int caption;
+    const char* mm;
+  } cases[] = {{"Text2", "200", 0, " 46"},
+               {"Text2", "-10", 0, "-2.3"},
+               {"Text2", "abc", 0, " 0"},
+               {"Text4", "30", 1, " 24.9"},
+               {"Text4", "3x", 1, " 2.49"}};
+  for (const auto& c : cases) {
+    SimConsole sc;
+    fenetre_moteurs_Click(sc.c);
+    sc.m.get(c.field).set_text(c.text);
+    EXPECT_EQ(sc.m.Label1(c.caption).text(), c.mm) << c.field << " " << c.text;
+  }
+}
+
 }  // namespace
 }  // namespace brivel::test
