@@ -14,6 +14,7 @@
 #include "gui/hot_key.h"
 #include "gui/menus.h"
 #include "gui/side_windows.h"
+#include "gui/upload_window.h"
 
 namespace brivel::gui {
 
@@ -36,6 +37,7 @@ MainWindow::MainWindow(Context& c, std::function<void()> on_close)
 
   about_ = build_about_box(*binder_, this);
   eeprom_ = build_eeprom_box(*binder_, this);
+  upload_ = build_upload_window(*binder_, this);
 
   binder_->bind(m.Brivel, this, [this](Prop p) {
     Model& mm = c_.m;

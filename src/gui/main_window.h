@@ -29,6 +29,7 @@ class MainWindow : public QMainWindow {
   Binder& binder() { return *binder_; }
   FormWindow* about_box() const { return about_; }
   FormWindow* eeprom_box() const { return eeprom_; }
+  FormWindow* upload_window() const { return upload_; }
 
   // Lays the window out again for what the model now shows and gives it the
   // size of its page: the model's size in twips as a wish, never smaller
@@ -53,6 +54,7 @@ class MainWindow : public QMainWindow {
   std::vector<Area> areas_;
   FormWindow* about_ = nullptr;
   FormWindow* eeprom_ = nullptr;
+  FormWindow* upload_ = nullptr;
   QObject* hot_key_ = nullptr;
   bool relayout_pending_ = false;
 };

@@ -102,7 +102,7 @@ std::string issue_programmation(int code, bool interrompu) {
   if (interrompu) return "Échec : avrdude s'est arrêté brutalement. Le microcontrôleur n'est peut-être pas programmé.";
   if (code == 0) return "Programmation réussie : avrdude a terminé sans erreur.";
   return "Échec de la programmation : avrdude a terminé en erreur (code " + std::to_string(code) +
-         "). Le rapport ci-dessus en donne la raison.";
+         "). Le rapport ci-dessous en donne la raison.";
 }
 
 void Prog_Click(Context& c, Carte carte) {

@@ -113,7 +113,7 @@ TEST(Upload, ReportShownLiveWithItsOutcome) {
   run.report.on_end(1, false);
   EXPECT_EQ(
       r.m.upload_status.text(),
-      "Échec de la programmation : avrdude a terminé en erreur (code 1). Le rapport ci-dessus en donne la raison.");
+      "Échec de la programmation : avrdude a terminé en erreur (code 1). Le rapport ci-dessous en donne la raison.");
   EXPECT_TRUE(r.m.upload_close.enabled());
   r.m.upload_close.operator_click();
   EXPECT_FALSE(r.m.Upload.visible());
