@@ -186,6 +186,12 @@ ScriptResult ScriptRunner::step(const std::string& line) {
     attente_ms(app_.p, std::strtod(rest.c_str(), nullptr));
     return {};
   }
+  if (cmd == "key") {
+    // The console's one hot key: the EEPROM utility, not modal.
+    if (rest != "Alt+E") return error("key Alt+E");
+    app_.m.EEPROM.set_visible(true);
+    return {};
+  }
   if (cmd == "print") {
     Element* e = field(rest);
     if (!e) return error("champ inconnu : " + rest);
