@@ -1,6 +1,8 @@
 #include "app/script_runner.h"
 
+#include <cmath>
 #include <cstdlib>
+#include <optional>
 #include <ostream>
 #include <regex>
 #include <sstream>
@@ -29,10 +31,25 @@ std::pair<std::string, std::string> head(const std::string& s) {
   return {s.substr(b, e - b), s.substr(e + 1)};
 }
 
-bool is_number(const std::string& s) {
+// A finite decimal number, nothing before or after it ("inf", "nan" and
+// " 5" are not).
+std::optional<double> number(const std::string& s) {
+  if (s.empty() || blank(s[0])) return std::nullopt;
   char* end = nullptr;
-  std::strtod(s.c_str(), &end);
-  return !s.empty() && *end == '\0';
+  const double v = std::strtod(s.c_str(), &end);
+  if (*end != '\0' || !std::isfinite(v)) return std::nullopt;
+  return v;
+}
+
+// Commands whose argument is one word: anything behind it is refused, not
+// silently dropped.
+std::optional<ScriptResult> extra_words(const std::string& cmd, const std::string& rest) {
+  auto [word, after] = head(rest);
+  const bool one_word = cmd == "click" || cmd == "print";
+  const bool none = cmd == "quit";
+  if ((one_word && !after.empty()) || (none && !word.empty()))
+    return error("mots en trop après " + cmd + (one_word ? " " + word : "") + " : « " + (none ? rest : after) + " »");
+  return std::nullopt;
 }
 
 }  // namespace
@@ -59,10 +76,13 @@ ScriptResult ScriptRunner::run(const std::string& script) {
     if (!line.empty() && line.back() == '\r') line.pop_back();
     auto [word, rest] = head(line);
     if (word.empty() || word[0] == '#') continue;
+    line_number_ = number;
+    line_text_ = line;
     ScriptResult r = step(line);
     if (r.status != ScriptStatus::Ok || r.quit) {
       r.line = number;
-      if (r.status != ScriptStatus::Ok) r.message = "ligne " + std::to_string(number) + " : " + line + "\n  " + r.message;
+      if (r.status != ScriptStatus::Ok)
+        r.message = "ligne " + std::to_string(number) + " : " + line + "\n  " + r.message;
       return r;
     }
   }
@@ -71,6 +91,7 @@ ScriptResult ScriptRunner::run(const std::string& script) {
 
 ScriptResult ScriptRunner::step(const std::string& line) {
   auto [cmd, rest] = head(line);
+  if (auto refused = extra_words(cmd, rest)) return *refused;
   Model& m = app_.m;
   auto field = [&](const std::string& name) -> Element* { return m.find(name); };
 
@@ -142,6 +163,8 @@ ScriptResult ScriptRunner::step(const std::string& line) {
       }
     } else if (kind == "save") {
       dialogs_.save_answers.push_back(arg);
+    } else if ((kind == "yes" || kind == "no" || kind == "ok") && !arg.empty()) {
+      return error("mots en trop après answer " + kind + " : « " + arg + " »");
     } else if (kind == "yes" || kind == "no" || kind == "ok") {
       dialogs_.box_answers.push_back(kind == "yes" ? BoxAnswer::Yes : kind == "no" ? BoxAnswer::No : BoxAnswer::Ok);
     } else if (kind == "input") {
@@ -159,10 +182,19 @@ ScriptResult ScriptRunner::step(const std::string& line) {
     if (op != "=" && op != "~") return error(cmd + " CHAMP = TEXTE ou " + cmd + " CHAMP ~ EXPRESSION");
     double seconds = 10;
     if (cmd == "wait") {
+      // The last word is the time limit when it reads as one; a limit that
+      // never comes, or runs backwards, is refused.
       std::size_t last = text.rfind(' ');
-      if (last != std::string::npos && is_number(text.substr(last + 1))) {
-        seconds = std::strtod(text.substr(last + 1).c_str(), nullptr);
-        text = text.substr(0, last);
+      if (last != std::string::npos) {
+        const std::string word = text.substr(last + 1);
+        char* end = nullptr;
+        const double v = std::strtod(word.c_str(), &end);
+        if (!word.empty() && *end == '\0' && (!std::isfinite(v) || v < 0))
+          return error("wait : durée en secondes finie et positive attendue, pas « " + word + " »");
+        if (auto s = number(word)) {
+          seconds = *s;
+          text = text.substr(0, last);
+        }
       }
     }
     std::regex re;
@@ -182,8 +214,9 @@ ScriptResult ScriptRunner::step(const std::string& line) {
     return {};
   }
   if (cmd == "pause") {
-    if (!is_number(rest)) return error("pause MS");
-    attente_ms(app_.p, std::strtod(rest.c_str(), nullptr));
+    auto ms = number(rest);
+    if (!ms || *ms < 0) return error("pause MS : un nombre de millisecondes, 0 ou plus");
+    attente_ms(app_.p, *ms);
     return {};
   }
   if (cmd == "key") {

@@ -13,7 +13,7 @@
 //   wait FIELD = TEXT [S]    turn the event loop until FIELD reads TEXT (S seconds, default 10)
 //   wait FIELD ~ REGEX [S]   the same with a regular expression (ECMAScript, whole text)
 //   expect FIELD = TEXT      FIELD must read TEXT now (or ~ REGEX)
-//   pause MS                 wait MS milliseconds with the console live
+//   pause MS                 wait MS milliseconds (0 or more) with the console live
 //   print FIELD              print FIELD=value on the output
 //   quit                     the quit sequence
 // A field reads as its value for check boxes, option buttons and gauges, as
@@ -35,9 +35,9 @@ enum class ScriptStatus { Ok = 0, Failed = 1, ScriptError = 2 };
 
 struct ScriptResult {
   ScriptStatus status = ScriptStatus::Ok;
-  int line = 0;             // the line that failed, 1-based
-  std::string message;      // what was expected and what was seen
-  bool quit = false;        // the script ended by "quit"
+  int line = 0;         // the line that failed, 1-based
+  std::string message;  // what was expected and what was seen
+  bool quit = false;    // the script ended by "quit"
 };
 
 // What a field shows to a script.
@@ -48,12 +48,18 @@ class ScriptRunner {
   ScriptRunner(ConsoleApp& app, QueuedDialogs& dialogs, std::ostream& out) : app_(app), dialogs_(dialogs), out_(out) {}
   // Runs the script text line by line, stopping at the first failure.
   ScriptResult run(const std::string& script);
+  // The line being played (1-based) and its text, for a console that ends
+  // by itself in the middle of it.
+  int line_number() const { return line_number_; }
+  const std::string& line_text() const { return line_text_; }
 
  private:
   ScriptResult step(const std::string& line);
   ConsoleApp& app_;
   QueuedDialogs& dialogs_;
   std::ostream& out_;
+  int line_number_ = 0;
+  std::string line_text_;
 };
 
 }  // namespace brivel

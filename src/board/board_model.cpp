@@ -76,10 +76,18 @@ int64_t BoardModel::send(int64_t now, int64_t after_ms, const std::string& bytes
   return at;
 }
 
+std::string fault_class(const std::string& code) {
+  if (is_x_move(code)) return "MX";
+  if (is_origin(code)) return "OR";
+  if (code == "cZ") return "CZ";
+  return code;
+}
+
 const FaultRule* BoardModel::fault_for(const std::string& code) {
-  const int n = ++frame_counts_[code];
+  const std::string cls = fault_class(code);
+  const int n = ++frame_counts_[cls];
   for (const FaultRule& r : options_.faults)
-    if (r.code == code && r.nth == n) return &r;
+    if (fault_class(r.code) == cls && r.nth == n) return &r;
   return nullptr;
 }
 

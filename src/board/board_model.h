@@ -87,10 +87,17 @@ struct BoardOptions {
   std::vector<FaultRule> faults;
 };
 
+// The operation a frame code stands for, as fault rules count it: the four
+// X moves (MX, mX, Mx, mx) are one, "MX"; so are the two origin searches
+// ("OR") and the two punch cycles ("CZ"), whatever step mode or cycle the
+// console chose. Any other code stands for itself.
+std::string fault_class(const std::string& code);
+
 // Parses a fault script, one rule per line:  "B MY 3", "C CZ 2",
 // "D MX 5 12" (12 steps lost on the 5th X move), "silence CZ 4",
 // "refuse ON 2", "A OR 1"; "#" starts a comment. Verbs are read without
-// regard to case, codes with it. Empty on a syntax error, with a French
+// regard to case, codes with it; a code must be one the board answers (X
+// moves, MY, CZ/cZ, OR/oR, ON, VD, rd, wr). Empty on a mistake, with a French
 // message naming the line in `error`.
 std::optional<BoardOptions> parse_fault_script(std::string_view text, std::string* error);
 

@@ -16,14 +16,18 @@ std::string lower(std::string s) {
 
 bool read_count(std::istringstream& words, int max, int* out) {
   std::string w;
-  if (!(words >> w) || w.size() > 6 || !std::all_of(w.begin(), w.end(), [](unsigned char c) { return std::isdigit(c); }))
+  if (!(words >> w) || w.size() > 6 ||
+      !std::all_of(w.begin(), w.end(), [](unsigned char c) { return std::isdigit(c); }))
     return false;
   *out = std::stoi(w);
   return *out <= max;
 }
 
+// The codes the board answers: a rule on any other would never fire.
 bool is_code(const std::string& c) {
-  return c.size() == 2 && std::all_of(c.begin(), c.end(), [](unsigned char ch) { return std::isalpha(ch); });
+  const std::string cls = fault_class(c);
+  return cls == "MX" || cls == "OR" || cls == "CZ" || cls == "MY" || cls == "ON" || cls == "VD" || cls == "rd" ||
+         cls == "wr";
 }
 
 }  // namespace
@@ -50,7 +54,9 @@ std::optional<BoardOptions> parse_fault_script(std::string_view text, std::strin
     verb = lower(verb);
     if (verb != "a" && verb != "b" && verb != "c" && verb != "d" && verb != "silence" && verb != "refuse")
       return fail("action inconnue, attendu A, B, C, D, silence ou refuse");
-    if (!(words >> code) || !is_code(code)) return fail("code de deux lettres attendu");
+    if (!(words >> code)) return fail("code de deux lettres attendu");
+    if (!is_code(code))
+      return fail("code que la carte ne connaît pas ou ne répond pas (MX, MY, CZ, OR, ON, VD, rd, wr)");
     FaultRule r;
     r.code = code;
     if (!read_count(words, 999999, &r.nth) || r.nth < 1) return fail("rang attendu, un nombre à partir de 1");

@@ -8,9 +8,14 @@ namespace brivel {
 namespace {
 constexpr int kPortScanStart = 32;
 
+// The lamps are the system's report of a connection; their tool tip says
+// why a red one is red, when the serial layer knows.
 void lamps(Context& c, int colour) {
   c.m.Shape1.set_color(colour);
   c.m.Shape2.set_color(colour);
+  const std::string why = colour == palette::kLightRed ? c.p.serial().last_error() : std::string();
+  c.m.Shape1.set_tooltip(why);
+  c.m.Shape2.set_tooltip(why);
 }
 
 // Selects the numbered port and opens it. False on any failure; failures on

@@ -10,6 +10,26 @@
 
 namespace brivel {
 
+namespace {
+std::string visible_bytes(const std::string& text) {
+  std::string out;
+  for (unsigned char ch : text) {
+    if (ch == '\n') {
+      out += "<LF>";
+    } else if (ch == '\r') {
+      out += "<CR>";
+    } else if (ch < 0x20 || ch == 0x7f) {
+      char buf[8];
+      std::snprintf(buf, sizeof buf, "<%02X>", ch);
+      out += buf;
+    } else {
+      out += static_cast<char>(ch);
+    }
+  }
+  return out;
+}
+}  // namespace
+
 double delai_mouvement_ms(double pas, double us_par_pas) {
   double move = pas * us_par_pas / 1000.0;
   if (!(move > 0)) move = 0;  // also NaN
@@ -69,6 +89,23 @@ bool un_drapeau(const RunState& s, unsigned flags) {
          ((flags & kRepD) && s.rep_D) || ((flags & kRepAutre) && s.rep_autre);
 }
 
+namespace {
+// The bytes that came during the last wait that ended without its reply,
+// for the words of its fault (one console, one thread).
+std::string g_inattendus;
+
+// What came from the board since the tick `depuis`: the traffic recorder
+// keeps every byte received. No reply can come between the frame and the
+// start of its wait, so these are the wait's own.
+std::string recus_depuis(const TrafficLog& log, int32_t depuis) {
+  std::string out;
+  const auto& e = log.entries();
+  for (auto it = e.rbegin(); it != e.rend() && it->at_ms >= depuis; ++it)
+    if (it->dir == '<') out.insert(0, it->text);
+  return out;
+}
+}  // namespace
+
 Attente attend(Context& c, const std::function<bool()>& fini, double delai_ms) {
   const uint32_t start = static_cast<uint32_t>(c.p.tick_ms());
   for (;;) {
@@ -80,6 +117,14 @@ Attente attend(Context& c, const std::function<bool()>& fini, double delai_ms) {
     // Elapsed time on the tick, right across a wrap of the counter.
     const double passe = static_cast<double>(static_cast<uint32_t>(c.p.tick_ms()) - start);
     if (passe >= delai_ms) {
+      g_inattendus = recus_depuis(c.s.trafic, static_cast<int32_t>(start));
+      if (!g_inattendus.empty()) {
+        // Bytes came, but none was the awaited reply: garbage on the line,
+        // or a board that speaks another protocol.
+        c.s.trafic.add(c.p.tick_ms(), '!',
+                       "réponse inattendue après " + str_plain(passe) + " ms : " + visible_bytes(g_inattendus));
+        return Attente::Inattendue;
+      }
       c.s.trafic.add(c.p.tick_ms(), '!', "pas de réponse après " + str_plain(passe) + " ms");
       return Attente::Delai;
     }
@@ -91,7 +136,8 @@ Attente attend(Context& c, const std::function<bool()>& fini, double delai_ms) {
 Attente ecrit_et_attend(Context& c, std::string_view frame, unsigned flags, double delai_ms) {
   if (!envoie(c, frame)) return Attente::PortPerdu;
   efface_drapeaux(c.s, flags);
-  return attend(c, [&c, flags] { return un_drapeau(c.s, flags); }, delai_ms);
+  return attend(
+      c, [&c, flags] { return un_drapeau(c.s, flags); }, delai_ms);
 }
 
 Attente debut_echange_compte(Context& c, std::string& r) {
@@ -100,7 +146,8 @@ Attente debut_echange_compte(Context& c, std::string& r) {
   c.p.serial().set_rthreshold(5);
   c.p.serial().set_input_len(5);
   if (!envoie(c, kBareLF)) return Attente::PortPerdu;
-  Attente a = attend(c, [&c] { return c.s.rep_5car_prete; }, kDelaiReponseMs);
+  Attente a = attend(
+      c, [&c] { return c.s.rep_5car_prete; }, kDelaiReponseMs);
   if (a == Attente::Reponse) r = c.s.rep_5car;
   return a;
 }
@@ -114,9 +161,14 @@ void fin_echange_compte(Context& c, bool ligne_fermante) {
 
 std::string texte_defaut_liaison(Attente a) {
   switch (a) {
-    case Attente::Reponse: return "";
-    case Attente::Delai: return "Pas de réponse de la machine";
-    case Attente::PortPerdu: return "Liaison série perdue";
+    case Attente::Reponse:
+      return "";
+    case Attente::Delai:
+      return "Pas de réponse de la machine";
+    case Attente::PortPerdu:
+      return "Liaison série perdue";
+    case Attente::Inattendue:
+      return "Réponse inattendue de la machine : " + visible_bytes(g_inattendus);
   }
   return "";
 }
@@ -128,26 +180,6 @@ bool port_pret(Context& c) {
       "COM\" pour le rechercher");
   return false;
 }
-
-namespace {
-std::string visible_bytes(const std::string& text) {
-  std::string out;
-  for (unsigned char ch : text) {
-    if (ch == '\n') {
-      out += "<LF>";
-    } else if (ch == '\r') {
-      out += "<CR>";
-    } else if (ch < 0x20 || ch == 0x7f) {
-      char buf[8];
-      std::snprintf(buf, sizeof buf, "<%02X>", ch);
-      out += buf;
-    } else {
-      out += static_cast<char>(ch);
-    }
-  }
-  return out;
-}
-}  // namespace
 
 std::vector<std::string> lignes_trafic(const TrafficLog& log) {
   std::vector<std::string> lines;

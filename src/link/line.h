@@ -27,9 +27,10 @@ inline constexpr int kDelaiReponseMs = 5000;
 double delai_mouvement_ms(double pas, double us_par_pas);
 
 enum class Attente {
-  Reponse,    // an awaited flag was set
-  Delai,      // the board said nothing in time
-  PortPerdu,  // the port is closed or a write failed
+  Reponse,     // an awaited flag was set
+  Delai,       // the board said nothing in time
+  PortPerdu,   // the port is closed or a write failed
+  Inattendue,  // time is up, and what came was no awaited reply
 };
 
 // Awaited reply flags, to be or-ed.
@@ -69,7 +70,9 @@ Attente debut_echange_compte(Context& c, std::string& r);
 void fin_echange_compte(Context& c, bool ligne_fermante);
 
 // The fault caption of a wait that got no reply ("Pas de réponse de la
-// machine", "Liaison série perdue"); empty for Attente::Reponse.
+// machine", "Liaison série perdue", "Réponse inattendue de la machine : "
+// and the bytes of the last such wait, shown as in the traffic file);
+// empty for Attente::Reponse.
 std::string texte_defaut_liaison(Attente a);
 
 // Guard of the commands that need the machine: true if the port is open,

@@ -131,13 +131,22 @@ TEST(ScriptRunner, ScriptErrors) {
       "answer open\n",
       "answer open /a/x.mid /b/y.mid\n",  // a selection lies in one folder
       "answer maybe\n",
-      "check Valcalc 2\n",                // an option is on or off
+      "check Valcalc 2\n",  // an option is on or off
       "check nb_PasX 1\n",
       "select Demipas x\n",
       "click Nowhere\n",
       "print Nowhere\n",
       "pause soon\n",
+      "pause -5\n",
+      "pause inf\n",
       "wait LabelX 12\n",
+      "wait LabelX = a b inf\n",  // a limit that never comes
+      "wait LabelX = a b -1\n",
+      "wait LabelX = a b nan\n",
+      "quit now\n",  // words behind a command are refused, not dropped
+      "answer yes please\n",
+      "print LabelX LabelY\n",
+      "click Command11 twice\n",
       "expect LabelX == 12\n",
   };
   for (const char* script : scripts) {

@@ -27,8 +27,11 @@ TEST(FaultScript, ReadsEveryVerb) {
     int nth;
     K kind;
     int lost;
-  } want[] = {{"MY", 3, K::ReplyB, 0}, {"CZ", 2, K::ReplyC, 0}, {"MX", 5, K::LoseSteps, 12},
-              {"cZ", 4, K::Silence, 0}, {"OR", 1, K::LoseSteps, -1}};
+  } want[] = {{"MY", 3, K::ReplyB, 0},
+              {"CZ", 2, K::ReplyC, 0},
+              {"MX", 5, K::LoseSteps, 12},
+              {"cZ", 4, K::Silence, 0},
+              {"OR", 1, K::LoseSteps, -1}};
   for (size_t i = 0; i < 5; ++i) {
     EXPECT_EQ(o->faults[i].code, want[i].code) << i;
     EXPECT_EQ(o->faults[i].nth, want[i].nth) << i;
@@ -44,13 +47,25 @@ TEST(FaultScript, ErrorsNameTheLineAndTheReason) {
     const char* error;
   } cases[] = {
       {"X MY 1", "Script de défauts, ligne 1 : action inconnue, attendu A, B, C, D, silence ou refuse (« X MY 1 »)"},
-      {"B MY 1\nB MYY 1", "Script de défauts, ligne 2 : code de deux lettres attendu (« B MYY 1 »)"},
-      {"B M1 1", "Script de défauts, ligne 1 : code de deux lettres attendu (« B M1 1 »)"},
+      {"B MY 1\nB MYY 1",
+       "Script de défauts, ligne 2 : code que la carte ne connaît pas ou ne répond pas (MX, MY, CZ, OR, ON, VD, rd, "
+       "wr) (« B MYY 1 »)"},
+      {"B M1 1",
+       "Script de défauts, ligne 1 : code que la carte ne connaît pas ou ne répond pas (MX, MY, CZ, OR, ON, VD, rd, "
+       "wr) (« B M1 1 »)"},
+      {"silence ZZ 4",
+       "Script de défauts, ligne 1 : code que la carte ne connaît pas ou ne répond pas (MX, MY, CZ, OR, ON, VD, rd, "
+       "wr) (« silence ZZ 4 »)"},
+      {"B PX 1",
+       "Script de défauts, ligne 1 : code que la carte ne connaît pas ou ne répond pas (MX, MY, CZ, OR, ON, VD, rd, "
+       "wr) (« B PX 1 »)"},  // a parameter frame gets no reply
+      {"B", "Script de défauts, ligne 1 : code de deux lettres attendu (« B »)"},
       {"\n\nB MY 0", "Script de défauts, ligne 3 : rang attendu, un nombre à partir de 1 (« B MY 0 »)"},
       {"B MY -2", "Script de défauts, ligne 1 : rang attendu, un nombre à partir de 1 (« B MY -2 »)"},
       {"B MY", "Script de défauts, ligne 1 : rang attendu, un nombre à partir de 1 (« B MY »)"},
       {"D MX 1", "Script de défauts, ligne 1 : nombre de pas attendu après le rang, de 0 à 99999 (« D MX 1 »)"},
-      {"D MX 1 100000", "Script de défauts, ligne 1 : nombre de pas attendu après le rang, de 0 à 99999 (« D MX 1 100000 »)"},
+      {"D MX 1 100000",
+       "Script de défauts, ligne 1 : nombre de pas attendu après le rang, de 0 à 99999 (« D MX 1 100000 »)"},
       {"B MY 1 2 # x", "Script de défauts, ligne 1 : mot en trop (« B MY 1 2 »)"},
       {"refuse MX 2", "Script de défauts, ligne 1 : refuse ne vaut que pour ON (« refuse MX 2 »)"},
   };

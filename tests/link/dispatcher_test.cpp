@@ -83,13 +83,32 @@ TEST(CountedExchange, ASecondCountedReplyStaysInTheBuffer) {
   fin_echange_compte(r.c, false);
 }
 
-TEST(Waits, SilentBoardTimesOutInSeconds) {
-  Connected r;
-  r.peer.silent = true;
-  const int64_t t0 = r.p.now();
-  auto a = ecrit_et_attend(r.c, "MY00720\n", kRepA | kRepB);
-  EXPECT_EQ(a, Attente::Delai);
-  EXPECT_EQ(r.p.now() - t0, kDelaiReponseMs);
+// A board that says nothing and one that says only what no wait awaits:
+// both run to the time-out, with different words, and the garbage is kept in
+// the traffic recorder.
+TEST(Waits, SilenceAndGarbageTimeOutWithTheirOwnWords) {
+  struct Case {
+    std::string garbage;
+    Attente ending;
+    std::string words;
+  } cases[] = {
+      {"", Attente::Delai, "Pas de réponse de la machine"},
+      {"x\n\x01", Attente::Inattendue, "Réponse inattendue de la machine : x<LF><01>"},
+  };
+  for (const auto& c : cases) {
+    Connected r;
+    r.peer.silent = true;
+    const int64_t t0 = r.p.now();
+    for (std::size_t i = 0; i < c.garbage.size(); ++i)
+      r.p.deliver(t0 + 10 + static_cast<int64_t>(i), c.garbage.substr(i, 1));
+    auto a = ecrit_et_attend(r.c, "MY00720\n", kRepA | kRepB);
+    EXPECT_EQ(a, c.ending) << c.words;
+    EXPECT_EQ(r.p.now() - t0, kDelaiReponseMs);
+    EXPECT_EQ(texte_defaut_liaison(a), c.words);
+    const auto lines = lignes_trafic(r.s.trafic);
+    EXPECT_NE(lines.back().find(c.garbage.empty() ? "pas de réponse" : "réponse inattendue"), std::string::npos)
+        << lines.back();
+  }
 }
 
 TEST(Waits, PortThatVanishesFailsTheWriteAndTurnsTheLampsRed) {

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "core/event_loop.h"
 #include "platform/qt/qt_platform.h"
@@ -184,6 +185,52 @@ TEST_F(QtSerial, ADeviceThatGoesAwayFailsTheWrites) {
   }
   EXPECT_FALSE(written);
   EXPECT_FALSE(s.is_open());
+}
+
+TEST_F(QtSerial, ALineWhoseOtherEndIsGoneIsSeenAtOnceWithoutAWrite) {
+  // The simulator killed: nothing is written, the port must still be seen
+  // gone, and the console told as by a removal.
+  int removals = 0;
+  p.devices().set_on_removal([&] { ++removals; });
+  SerialPort& s = p.serial();
+  ASSERT_TRUE(s.set_port_number(7));
+  ASSERT_TRUE(s.open());
+  close(pty.master);
+  pty.master = -1;
+  const int32_t t0 = p.tick_ms();
+  turn_until([&] { return !s.is_open(); });
+  EXPECT_FALSE(s.is_open());
+  EXPECT_LT(p.tick_ms() - t0, 1000);
+  EXPECT_EQ(removals, 1);
+  EXPECT_NE(s.last_error().find("Port 7 ("), std::string::npos) << s.last_error();
+  EXPECT_NE(s.last_error().find("liaison perdue"), std::string::npos) << s.last_error();
+}
+
+TEST_F(QtSerial, AFailedOpeningSaysWhy) {
+  std::ofstream(pty.ports / "plain.txt") << "x";
+  fs::create_symlink(pty.ports / "plain.txt", pty.ports / "com8");
+  fs::create_symlink(pty.ports, pty.ports / "com9");
+  fs::create_symlink(pty.ports / "nowhere", pty.ports / "com10");
+  struct Case {
+    int port;
+    std::string why;
+  } cases[] = {
+      {8, "Port 8 (" + (pty.ports / "com8").string() + ") : ce n'est pas un port série"},
+      {9, "Port 9 (" + (pty.ports / "com9").string() + ") : ce n'est pas un port série"},
+      {10, "Port 10 (" + (pty.ports / "com10").string() + ") : le périphérique n'existe pas"},
+  };
+  SerialPort& s = p.serial();
+  for (const auto& c : cases) {
+    ASSERT_TRUE(s.set_port_number(c.port));
+    EXPECT_FALSE(s.open());
+    EXPECT_EQ(s.last_error().rfind(c.why, 0), 0u) << s.last_error();
+  }
+  EXPECT_FALSE(s.set_port_number(40));
+  EXPECT_EQ(s.last_error().rfind("Port 40 : aucun port série ne porte ce numéro", 0), 0u) << s.last_error();
+  ASSERT_TRUE(s.set_port_number(7));
+  ASSERT_TRUE(s.open());
+  EXPECT_EQ(s.last_error(), "");
+  s.close();
 }
 
 TEST_F(QtSerial, NumbersOutsideTheTableAndMissingDevicesAreRefused) {

@@ -3,8 +3,10 @@
 // "COM<n>"; any removal is told as it comes. Without udev nothing is told.
 #pragma once
 
+#include <QFileSystemWatcher>
 #include <QSocketNotifier>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -27,12 +29,21 @@ class QtDevices : public DeviceNotifier {
  public:
   QtDevices();
   ~QtDevices() override;
-  void set_ports_folder(const std::string& folder) { ports_folder_ = folder; }
+  // Also watches the folder: a link comN that appears, or comes to point at
+  // another device (a simulator started again), is an arrival of port n.
+  void set_ports_folder(const std::string& folder);
+  // A removal told by someone else: the serial layer that lost its port.
+  void report_removal() {
+    if (removal_) removal_();
+  }
   void set_on_arrival(std::function<void(int, int, const std::string&)> f) override { arrival_ = std::move(f); }
   void set_on_removal(std::function<void()> f) override { removal_ = std::move(f); }
 
  private:
   void on_event();
+  void on_folder_changed();
+  std::unique_ptr<QFileSystemWatcher> watcher_;
+  std::map<std::string, std::string> links_;  // link name -> its target and inode when last seen
   udev* udev_ = nullptr;
   udev_monitor* monitor_ = nullptr;
   std::unique_ptr<QSocketNotifier> notifier_;
