@@ -8,7 +8,9 @@
 #include "import/import.h"
 #include "link/link.h"
 #include "persistence/files/context_file.h"
+#include "run/engine/run_engine.h"
 #include "run/motion/motion.h"
+#include "run/origin/origin.h"
 #include "tools/manual_control.h"
 
 namespace brivel {
@@ -24,6 +26,8 @@ ConsoleApp::ConsoleApp(Platform& platform, ConsoleOptions options) : p(platform)
   install_geometry(c);
   install_import(c);
   install_manual_control(c);
+  install_origin(c);
+  install_run(c);
   m.quitter.handler = [this] { quitter_Click(); };
   m.Sauve_contexte.handler = [this] { Sauve_contexte_Click(c); };
   m.nb_trou.handler = [this] {

@@ -30,8 +30,9 @@ BoxAnswer QueuedDialogs::message_box(const std::string& text, BoxButtons buttons
   return buttons == BoxButtons::YesNoDefaultNo ? BoxAnswer::No : BoxAnswer::Ok;
 }
 
-std::optional<std::string> QueuedDialogs::input_box(const std::string& prompt, const std::string&) {
+std::optional<std::string> QueuedDialogs::input_box(const std::string& prompt, const std::string& default_answer) {
   input_prompts.push_back(prompt);
+  input_defaults.push_back(default_answer);
   auto a = pop(input_answers);
   return a ? *a : std::nullopt;
 }

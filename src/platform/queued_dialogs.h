@@ -28,7 +28,7 @@ class QueuedDialogs : public Dialogs {
 
   std::vector<FileDialogRequest> open_requests, save_requests;
   std::vector<std::string> boxes;         // texts of the boxes shown, in order
-  std::vector<std::string> input_prompts;
+  std::vector<std::string> input_prompts, input_defaults;
   // Called while a box is up, as if the operator looked at it.
   std::function<void(const std::string&)> on_box;
 };

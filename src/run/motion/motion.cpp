@@ -104,7 +104,10 @@ void deplace_X(Context& c) {
     if (s.rep_B) defaut_repos_poincon(c);
   }
   // Counted as made whatever the reply: X is repaired by re-registration.
-  s.compteur_X = to_16(static_cast<double>(s.compteur_X) + (s.sens_X ? pas : -pas));
+  // The field is read again: a handler that ran inside the wait may have
+  // changed it, and the counter follows the field as it stands now.
+  const double fait = val(m.nb_PasX.text());
+  s.compteur_X = to_16(static_cast<double>(s.compteur_X) + (s.sens_X ? fait : -fait));
   m.LabelX.set_text(str_plain(s.compteur_X));
   attente_ms(c.p, kMoveGapMs);
 }
@@ -125,7 +128,9 @@ void deplace_Y(Context& c) {
     defaut_liaison(c, a);
   else if (s.rep_B)
     defaut_repos_poincon(c);
-  s.compteur_Y = to_32(static_cast<double>(s.compteur_Y) + pas);
+  // As for X: the field as it stands after the wait (the stop of the
+  // continuous feed writes it inside the wait).
+  s.compteur_Y = to_32(static_cast<double>(s.compteur_Y) + val(m.nb_PasY.text()));
   m.LabelY.set_text(str_plain(s.compteur_Y));
   attente_ms(c.p, kMoveGapMs);
 }

@@ -1,0 +1,258 @@
+#include "run/engine/run_engine.h"
+
+#include <cmath>
+
+#include "core/numbers.h"
+#include "geometry/geometry.h"
+#include "import/ouvre_midi.h"
+#include "run/engine/deferred.h"
+#include "run/engine/ligne_run.h"
+#include "run/engine/pause.h"
+#include "run/engine/progress.h"
+#include "run/engine/verifications.h"
+#include "run/motion/motion.h"
+#include "run/origin/origin.h"
+
+namespace brivel {
+
+namespace {
+
+// The values of one run: one set per call, so that each file of a chain
+// keeps its own.
+struct Run {
+  double debut = 0, fin = 0;  // bounds, in Y steps
+  int balayage_inverse = 0;   // the next sweep runs from the highest note down
+  bool perfo_faite = false;   // a PASY sweep punched at least one hole
+  bool pause_vue = false;     // fin_travail was sent in the wait after a hole
+
+  bool dans_bornes(double p) const { return p >= debut && p <= fin; }
+};
+
+int32_t sur_32(double v) {
+  if (auto r = clng(v)) return *r;
+  return v < 0 ? INT32_MIN : INT32_MAX;
+}
+
+// The closing steps, reached from the end of the piece and from a bound error.
+void fin_du_handler(Context& c) {
+  c.m.Command12.set_enabled(false);
+  fin_travail(c);
+  c.m.nb_trou.set_visible(true);
+  c.m.Avance.set_enabled(true);
+}
+
+void mise_au_repos(Element& note) {
+  note.set_color(kEtatRepos);
+  note.set_tooltip("");
+}
+
+// The wait after a hole: a pause or a fault holds the run here, with the
+// working sequence closed; on the way out the head is re-registered and the
+// same hole punched once more.
+void attente_apres_trou(Context& c, Run& run) {
+  RunState& s = c.s;
+  while (s.etat_pause != 0) {
+    c.p.turn();
+    if (!run.pause_vue) {
+      fin_travail(c);
+      run.pause_vue = true;
+    }
+  }
+  if (s.realignement_demande != 0 || run.pause_vue) {
+    s.recalage_demande = true;
+    debut_travail(c);
+    recherche_origine(c);
+    cycle_Z(c);
+    run.pause_vue = false;
+    s.realignement_demande = 0;
+  }
+}
+
+// One crossing of the card over the notes that are on or closing.
+void balayage(Context& c, Run& run, double p, bool pasy) {
+  Model& m = c.m;
+  const int n = notes_utilisees(m);
+  for (int i = 1; i <= n; ++i) {
+    const int k = run.balayage_inverse == 1 ? n + 1 - i : i;
+    const int etat = m.Note(k).color();
+    if (etat != kEtatActif && etat != kEtatFermant) continue;
+    if (run.dans_bornes(p)) {
+      perfo_Click(c, k);
+      cycle_Z(c);
+      if (pasy) run.perfo_faite = true;
+      attente_apres_trou(c, run);
+    }
+    if (etat == kEtatFermant) mise_au_repos(m.Note(k));
+  }
+}
+
+// The card to position p: moved in bounds, only counted before the start
+// bound and while a restored run hasn't punched yet.
+void pas_Y(Context& c, const Run& run, double p) {
+  Model& m = c.m;
+  RunState& s = c.s;
+  const double delta = p - s.compteur_Y;
+  m.Text4.set_text(str_num(delta));
+  m.nb_PasY.set_text(str_num(delta));
+  if (run.dans_bornes(p) && !s.reprise_sans_avance)
+    deplace_Y(c);
+  else
+    s.compteur_Y = sur_32(s.compteur_Y + delta);
+}
+
+void ligne_pasy(Context& c, Run& run, double p) {
+  pas_Y(c, run, p);
+  run.perfo_faite = false;
+  balayage(c, run, p, true);
+  if (run.perfo_faite) run.balayage_inverse ^= 1;
+}
+
+// Applies every event of step p, from row i on, then punches the step. Returns
+// the last row of the group.
+int groupe_notes(Context& c, Run& run, int i, double p) {
+  Model& m = c.m;
+  pas_Y(c, run, p);
+  const int n = notes_utilisees(m);
+  // The group ends before the first row of another step, or with the list:
+  // its rows are applied once, whether another step follows or not.
+  int derniere = i;
+  for (int j = i; j < m.List3.count(); ++j) {
+    const LigneRun l = lit_ligne_run(m.List3.row(j));
+    if (l.pas != p) break;
+    derniere = j;
+    if (l.mot == "NOTE") {
+      for (int k = 1; k <= n; ++k) {
+        Element& note = m.Note(k);
+        if (val(note.text()) != l.note) continue;
+        note.set_color(kEtatActif);
+        if (val(l.fin) > val(note.tooltip())) note.set_tooltip(l.fin);
+      }
+    } else if (l.mot == "NTOF") {
+      for (int k = 1; k <= n; ++k) {
+        Element& note = m.Note(k);
+        // An end that doesn't match is dropped: the note was struck again.
+        if (val(note.text()) == l.note && val(note.tooltip()) == l.pas) {
+          note.set_color(kEtatFermant);
+          note.set_tooltip("");
+        }
+      }
+    }
+  }
+  balayage(c, run, p, false);
+  run.balayage_inverse ^= 1;
+  return derniere;
+}
+
+// Set-up steps 2 to 8; false, with the closing steps done, on a bound error.
+bool bornes(Context& c, Run& run) {
+  Model& m = c.m;
+  RunState& s = c.s;
+  auto nombre = [](const Element& e) { return to_number_strict(e.text()).value_or(0); };
+  s.pas_poincon = static_cast<int16_t>(std::floor(val(m.Poincon.text()) / s.pas_Y_mm));
+  if (!s.reprise_contexte)
+    m.Text7.set_text(str_plain((nombre(m.Deb_perf_mn) * 60 + nombre(m.Deb_perf_sec)) * 1000));
+  const double fin_champs = (nombre(m.Fin_perf_mn) * 60 + nombre(m.Fin_perf_sec)) * 1000;
+  // With the end left alone, the end bound is the piece's exact end, not
+  // the whole seconds that the fields show.
+  m.Text8.set_text(str_plain(s.fin_saisie ? fin_champs : s.reste_fin_ms + fin_champs));
+  run.debut = std::floor(val(m.Text7.text()) / s.ms_par_pas);
+  run.fin = round_half_even(val(m.Text8.text()) / s.ms_par_pas);
+  const double total = round_half_even(s.duree_ms / s.ms_par_pas);
+  const char* erreur = nullptr;
+  if (run.debut > run.fin)
+    erreur = "Erreur de définition des bornes de perforation";
+  else if (run.fin > total)
+    erreur = "Borne de fin au-delà de la durée du morceau";
+  if (erreur) {
+    m.Label_defautP.set_text(erreur);
+    m.Command11.set_enabled(true);
+    fin_du_handler(c);
+    return false;
+  }
+  s.debut_pas = run.debut;
+  return true;
+}
+
+}  // namespace
+
+void Command11_Click(Context& c) {
+  Model& m = c.m;
+  RunState& s = c.s;
+  m.Timer2.set_enabled(false);
+  if (auto refus = refus_perforation(c)) {
+    m.Label_defautP.set_text(*refus);
+    m.Command11.set_enabled(true);
+    return;
+  }
+  m.fenetre_moteurs.set_enabled(false);
+  m.fenetre_notes.set_enabled(false);
+  Run run;
+  if (!bornes(c, run)) return;
+
+  const bool sur_la_pile = s.run_on_stack;
+  s.run_on_stack = true;
+  m.Label_defautP.set_text(s.mode_simulation ? "Perforation en cours - Mode simulation" : "Perforation en cours");
+  for (Element* e : {&m.Ouvre_midi, &m.Command11, &m.perfo_retard, &m.Avance}) e->set_enabled(false);
+  m.Sauve_contexte.set_enabled(true);
+  s.recalage_demande = false;
+  debut_travail(c);
+  recherche_origine(c);
+  s.perforation_lancee = true;
+  m.Command12.set_enabled(true);
+  // The card stands half a punch ahead of the counter's zero.
+  s.compteur_Y = sur_32(round_half_even(std::floor(val(m.Poincon.text()) / s.pas_Y_mm) / 2));
+  if (!s.reprise_contexte) {
+    const int n = notes_utilisees(m);
+    for (int k = 1; k <= n; ++k) mise_au_repos(m.Note(k));
+    s.compteur_trous = 0;
+  }
+  m.gauge1.set_max(m.List3.count());
+  m.gauge1.set_value(0);
+
+  for (int i = 0; i < m.List3.count(); ++i) {
+    const LigneRun l = lit_ligne_run(m.List3.row(i));
+    if (l.mot == "PASY")
+      ligne_pasy(c, run, l.pas);
+    else if (l.mot == "NOTE" || l.mot == "NTOF")
+      i = groupe_notes(c, run, i, l.pas);
+    m.gauge1.set_value(i);
+  }
+  m.gauge1.set_value(m.List3.count());
+
+  m.LabelY.set_text(str_plain(run.fin));
+  m.Label_defautP.set_text("Perforation terminée");
+  m.Label_defaut.set_text("Perforation terminée");
+  s.fichiers_restants -= 1;
+  if (s.fichiers_restants > 0) {
+    s.enchainement = -1;
+    enchaine_fichier(c);
+  }
+  fin_du_handler(c);
+  s.run_on_stack = sur_la_pile;
+}
+
+void enchaine_fichier(Context& c) {
+  Model& m = c.m;
+  RunState& s = c.s;
+  m.nb_PasY.set_text(
+      str_plain(std::floor(val(m.Dist_cartons.text()) / (val(m.NbpasY.text()) * val(m.PasmotY.text())))));
+  m.Label_defautP.set_text("Avance du carton");
+  deplace_Y(c);
+  s.reprise_contexte = false;
+  s.rang_fichier = static_cast<int16_t>(s.rang_fichier + 1);
+  Ouvre_midi_Click(c);
+  // The opening enables "Perforer" only for a piece it could read; a file
+  // of the chain that can't be read stops the chain with the opening's words.
+  if (!m.Command11.enabled()) return;
+  Command11_Click(c);
+}
+
+void install_run(Context& c) {
+  Model& m = c.m;
+  m.Command11.handler = [&c] { Command11_Click(c); };
+  install_pause(c);
+  install_progress(c);
+  install_deferred(c);
+}
+
+}  // namespace brivel

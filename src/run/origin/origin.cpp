@@ -1,0 +1,132 @@
+#include "run/origin/origin.h"
+
+#include <cmath>
+#include <cstdlib>
+
+#include "console/commands.h"
+#include "core/numbers.h"
+#include "link/frames.h"
+#include "link/line.h"
+#include "run/motion/motion.h"
+
+namespace brivel {
+
+namespace {
+constexpr int kPauseQuestionMs = 500;  // between two readiness questions
+constexpr int kMoveGapMs = 25;
+constexpr int kAfterSearchMs = 200;
+
+// The head may stand anywhere a 16-bit counter reaches, and the board runs
+// it back to its switch and out again: the longest search the counter
+// allows, so that a search is never cut short by the line's time-out.
+double delai_recherche_ms(const Model& m) {
+  return delai_mouvement_ms(2.0 * 32768 + std::abs(val(m.Text_origineX.text())), val(m.VitesseX.text()));
+}
+
+void texte_en_cours(Context& c) {
+  c.m.Label_defautP.set_text(c.s.mode_simulation ? "Perforation en cours - Mode simulation"
+                                                 : "Perforation en cours");
+}
+
+int16_t sur_16(double v) {
+  if (auto r = cint(v)) return *r;
+  return v < 0 ? INT16_MIN : INT16_MAX;
+}
+
+// A fault of the line during the search: its words, then the fault sequence.
+void defaut_ligne(Context& c, const std::string& texte) {
+  c.m.Label_defaut.set_text(texte);
+  c.m.Label_defautP.set_text(texte + " - Contexte sauvegardé");
+  mise_en_defaut(c);
+}
+
+// Asks until the board says it is ready. A lost port can't become ready:
+// the question stops there and the fault suspends the run.
+void attend_machine_prete(Context& c) {
+  for (;;) {
+    const Attente a = ecrit_et_attend(c, fixed_frame("ON"), kRepA | kRepB);
+    if (a == Attente::PortPerdu) {
+      defaut_ligne(c, texte_defaut_liaison(a));
+      return;
+    }
+    const bool prete = a == Attente::Reponse && !c.s.rep_B;
+    if (!prete)
+      c.m.Label_defautP.set_text(a == Attente::Reponse ? "Calage origine impossible. Machine en marche?"
+                                                       : texte_defaut_liaison(a));
+    attente_ms(c.p, kPauseQuestionMs);
+    if (prete) return;
+  }
+}
+}  // namespace
+
+void recherche_origine(Context& c) {
+  Model& m = c.m;
+  RunState& s = c.s;
+  Disabled_commande(m);
+  if (!s.perforation_lancee) attend_machine_prete(c);
+  const int16_t x_sauve = s.compteur_X;
+  m.Label_defautP.set_text(s.recalage_demande ? "Recalage par rapport à l'origine" : "Recherche de l'origine");
+  m.E(5).set_color(palette::kLightRed);
+
+  std::string r;
+  const Attente a =
+      ecrit_et_attend(c, fixed_frame(m.Demipas.value() == 1 ? "oR" : "OR"), kRepA | kRepB | kRepD, delai_recherche_ms(m));
+  if (a != Attente::Reponse) {
+    defaut_ligne(c, texte_defaut_liaison(a));
+  } else {
+    if (s.rep_B) defaut_ligne(c, "Erreur repos poinçon");
+    if (s.rep_D) {
+      // The board gives the distance it measured after our line feed; it
+      // waits for the exchange even when we drop the count.
+      const Attente e = debut_echange_compte(c, r);
+      fin_echange_compte(c, e == Attente::Reponse);
+      if (e != Attente::Reponse) {
+        r.clear();
+        defaut_ligne(c, texte_defaut_liaison(e));
+      }
+    }
+  }
+  s.compteur_X = sur_16(val(m.Text_origineX.text()));
+  m.LabelX.set_text(str_plain(s.compteur_X));
+  attente_ms(c.p, kMoveGapMs);
+
+  if (s.recalage_demande) {
+    const double delta = static_cast<double>(x_sauve) - val(m.Text_origineX.text());
+    m.nb_PasX.set_text(str_plain(std::fabs(delta)));
+    if (delta > 0) s.sens_X = true;
+    if (delta < 0) s.sens_X = false;
+    deplace_X(c);
+    s.compteur_X = x_sauve;
+    m.LabelX.set_text(str_plain(s.compteur_X));
+    s.recalage_demande = false;
+  } else if (s.mesure_origine == 0) {
+    s.compteur_X = sur_16(val(m.Text_origineX.text()));
+    m.LabelX.set_text(str_plain(s.compteur_X));
+  } else {
+    // After RAZ: the board's own count, shown as it came.
+    s.compteur_X = sur_16(val(r));
+    m.LabelX.set_text(r);
+  }
+  s.mesure_origine = 0;
+  m.E(5).set_color(palette::kWhite);
+  attente_ms(c.p, kAfterSearchMs);
+  texte_en_cours(c);
+  m.LabelX.set_text(str_plain(s.compteur_X));
+  Enabled_commande(m);
+}
+
+void Origine_N_Click(Context& c) {
+  if (!port_pret(c)) return;
+  debut_travail(c);
+  recherche_origine(c);
+  fin_travail(c);
+}
+
+void OrigineX_M_Click(Context& c) { Origine_N_Click(c); }
+
+void install_origin(Context& c) {
+  c.m.Origine_N.handler = [&c] { Origine_N_Click(c); };
+  c.m.OrigineX_M.handler = [&c] { OrigineX_M_Click(c); };
+}
+
+}  // namespace brivel

@@ -1,0 +1,308 @@
+// The punch run on the simulated line with the board model: frames, holes,
+// note states, bounds, faults, pause and chains.
+#include "run/engine/run_engine.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "support/punch_rig.h"
+
+namespace brivel::test {
+namespace {
+
+using Holes = std::vector<std::pair<int, int>>;
+using Strings = std::vector<std::string>;
+
+// A held note (60, rows 74 to 107 with PASY rows every 3 steps), a chord of
+// two short notes (62 and 64, rows 147 to 151 with one PASY at 150), and a
+// note no longer than the punch (65, on and off at step 219). The default
+// console: 0.83 mm a Y step, 10 motor steps each, punch 3 steps, half-step X.
+const std::string kPiece = fichier_evenements(
+    {note_line(1000, 60, 500), note_line(2000, 62, 100), note_line(2000, 64, 100), note_line(3000, 65, 0)}, 3100);
+
+// The holes of an uninterrupted run, worked out by hand: X is the note's
+// position, Y (motor steps) the row's step less the half punch (2), times 10.
+Holes reference_holes() {
+  Holes h;
+  for (int y = 74; y <= 107; y += 3) h.push_back({108, (y - 2) * 10});
+  // Chord at 147 upwards, PASY 150 downwards, ends at 151 upwards.
+  for (auto p : Holes{{125, 147}, {141, 147}, {141, 150}, {125, 150}, {125, 151}, {141, 151}})
+    h.push_back({p.first, (p.second - 2) * 10});
+  h.push_back({158, (219 - 2) * 10});
+  return h;
+}
+
+Holes minus(Holes a, const Holes& b) {
+  for (const auto& x : b) {
+    auto it = std::find(a.begin(), a.end(), x);
+    if (it != a.end()) a.erase(it);
+  }
+  return a;
+}
+
+TEST(RunEngine, HandWorkedPieceFrameByFrame) {
+  PunchRig r;
+  ASSERT_TRUE(r.load(kPiece));
+  const auto from = r.mark();
+  r.punch();
+  // Set-up: working sequence, readiness (first run), origin search with its
+  // counted reply, then one MY per step, X and Z per hole. The head comes
+  // from the card's edge (220) to note 60 (108).
+  Strings expected = {"AGxxxxx\n", "ONxxxxx\n", "oRxxxxx\n", "\n", "\n", "MY00720\n", "mx00112\n", "CZxxxxx\n"};
+  for (int i = 0; i < 11; ++i)
+    for (const char* f : {"MY00030\n", "mx00000\n", "CZxxxxx\n"}) expected.push_back(f);
+  for (const char* f : {"MY00400\n", "mX00017\n", "CZxxxxx\n", "mX00016\n", "CZxxxxx\n",  // 147 up
+                        "MY00030\n", "mx00000\n", "CZxxxxx\n", "mx00016\n", "CZxxxxx\n",  // 150 down
+                        "MY00010\n", "mx00000\n", "CZxxxxx\n", "mX00016\n", "CZxxxxx\n",  // 151 up
+                        "MY00680\n", "mX00017\n", "CZxxxxx\n", "ZGxxxxx\n"})
+    expected.push_back(f);
+  EXPECT_EQ(r.frame_bytes(from), expected);
+  EXPECT_EQ(r.holes(), reference_holes());
+  EXPECT_EQ(r.s.compteur_trous, 19);
+  EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée");
+  EXPECT_EQ(r.m.Label_defaut.text(), "Perforation terminée");
+  // The end step is the last row's: 219, shown with the half punch (3 steps).
+  EXPECT_EQ(r.m.LabelY.text(), "219");
+  EXPECT_EQ(r.m.compteurXY(2).text(), "0 mn 03 s");
+  EXPECT_EQ(r.m.gauge1.value(), r.m.List3.count());
+  for (int k = 1; k <= 29; ++k) EXPECT_EQ(r.m.Note(k).color(), kEtatRepos) << k;
+  EXPECT_FALSE(r.m.Command12.enabled());
+  EXPECT_FALSE(r.m.Command11.enabled());
+  EXPECT_TRUE(r.m.Avance.enabled());
+  EXPECT_TRUE(r.m.nb_trou.visible());
+  EXPECT_TRUE(r.s.perforation_lancee);
+}
+
+TEST(RunEngine, NoteStatesAndToolTipsDuringTheRun) {
+  PunchRig r;
+  ASSERT_TRUE(r.load(kPiece));
+  // Track 6 holds note 60, tracks 7 and 8 notes 62 and 64. Seen at each hole.
+  std::vector<std::tuple<int, int, std::string>> seen;
+  r.m.subscribe([&](Element& e, Prop p) {
+    if (&e == &r.m.E(7) && p == Prop::Color && e.color() == palette::kLightRed)
+      seen.emplace_back(r.m.Note(6).color(), r.m.Note(7).color(), r.m.Note(6).tooltip());
+  });
+  r.punch();
+  ASSERT_EQ(seen.size(), 19u);
+  EXPECT_EQ(seen[0], std::make_tuple(kEtatActif, kEtatRepos, std::string(" 0000107")));
+  EXPECT_EQ(seen[11], std::make_tuple(kEtatFermant, kEtatRepos, std::string()));  // NTOF at 107
+  EXPECT_EQ(seen[12], std::make_tuple(kEtatRepos, kEtatActif, std::string()));
+  EXPECT_EQ(seen[16], std::make_tuple(kEtatRepos, kEtatFermant, std::string()));
+}
+
+TEST(RunEngine, BoundsAndTheirErrors) {
+  struct Case {
+    const char* what;
+    const char *deb_mn, *deb_sec, *fin_mn, *fin_sec;  // nullptr: as the opening left it
+    std::string service;
+    Holes holes;
+  } cases[] = {
+      // 1.2 s is step 86 (floor), 1.4 s step 101 (half to even): the held
+      // note was on before the start and is punched from its first row in
+      // bounds, the PASY rows 86 to 101. The card doesn't move before: its
+      // first move is the 3 steps from row 83 to row 86.
+      {"start after the first notes", "0", "1.2", "0", "1.4", "Perforation terminée",
+       {{108, 30}, {108, 60}, {108, 90}, {108, 120}, {108, 150}, {108, 180}}},
+      {"start and end on one step", "0", "1", "0", "1", "Perforation terminée", {}},
+      {"end left at the piece's end", nullptr, nullptr, nullptr, nullptr, "Perforation terminée", reference_holes()},
+      {"start after end", "0", "2", "0", "1", "Erreur de définition des bornes de perforation", {}},
+      {"end beyond the piece", "0", "0", "0", "4", "Borne de fin au-delà de la durée du morceau", {}},
+  };
+  for (const auto& k : cases) {
+    PunchRig r;
+    ASSERT_TRUE(r.load(kPiece));
+    if (k.deb_mn) {
+      r.m.Deb_perf_mn.set_text(k.deb_mn);
+      r.m.Deb_perf_sec.set_text(k.deb_sec);
+      r.m.Fin_perf_mn.set_text(k.fin_mn);
+      r.m.Fin_perf_sec.set_text(k.fin_sec);
+    }
+    const auto from = r.mark();
+    r.punch();
+    EXPECT_EQ(r.m.Label_defautP.text(), k.service) << k.what;
+    Holes got = r.holes();
+    std::sort(got.begin(), got.end());
+    Holes want = k.holes;
+    std::sort(want.begin(), want.end());
+    EXPECT_EQ(got, want) << k.what;
+    if (k.service != "Perforation terminée") {
+      EXPECT_EQ(r.frame_bytes(from), Strings{"ZGxxxxx\n"}) << k.what;
+      EXPECT_TRUE(r.m.Command11.enabled()) << k.what;
+      EXPECT_FALSE(r.s.perforation_lancee) << k.what;
+    } else {
+      // Nothing moves before the start step: the first Y frame reaches it.
+      EXPECT_FALSE(r.m.Command11.enabled()) << k.what;
+      if (!k.holes.empty()) {
+        const Strings f = r.frame_bytes(from);
+        auto my = std::find_if(f.begin(), f.end(), [](const std::string& s) { return s.rfind("MY", 0) == 0; });
+        ASSERT_NE(my, f.end());
+        EXPECT_EQ(*my, k.holes.front().second == 30 ? "MY00030\n" : "MY00720\n") << k.what;
+      }
+    }
+  }
+}
+
+TEST(RunEngine, RefusedBeforeAnythingMoves) {
+  struct Case {
+    const char* what;
+    std::function<void(PunchRig&)> spoil;
+    std::string service_start;
+  } cases[] = {
+      {"port closed", [](PunchRig& r) { r.p.serial().close(); }, "Machine non connectée : perforation impossible"},
+      {"no step duration", [](PunchRig& r) { r.s.ms_par_pas = 0; }, "Durée d'un pas nulle"},
+      {"bound that is no number", [](PunchRig& r) { r.m.Deb_perf_sec.set_text("dix"); },
+       "Bornes de perforation illisibles : \"dix\" n'est pas un nombre"},
+      {"Y move of six digits", [](PunchRig& r) { r.m.NbpasY.set_text("2000"); },
+       "Avance du carton trop grande pour la machine : 144000 pas moteur"},
+      {"X move of six digits", [](PunchRig& r) { r.m.Position(6).set_text("150000"); },
+       "Déplacement de la tête trop grand pour la machine : 149875 pas"},
+  };
+  for (const auto& k : cases) {
+    PunchRig r;
+    ASSERT_TRUE(r.load(kPiece));
+    k.spoil(r);
+    const auto from = r.mark();
+    r.punch();
+    EXPECT_EQ(r.m.Label_defautP.text().rfind(k.service_start, 0), 0u) << k.what << ": " << r.m.Label_defautP.text();
+    EXPECT_TRUE(r.frame_bytes(from).empty()) << k.what;
+    EXPECT_TRUE(r.m.Command11.enabled()) << k.what;
+    EXPECT_TRUE(r.m.fenetre_moteurs.enabled()) << k.what;
+  }
+}
+
+TEST(RunEngine, EveryFaultThenContinuer) {
+  struct Case {
+    const char* script;
+    const char* fault_text;  // on the service line; "" for none
+    int continues;
+    Holes extra;      // holes beyond the reference run
+    int y_short = 0;  // motor steps the card stays short from the 3rd Y move on
+  } cases[] = {
+      // The board refuses the 3rd Y move: Y is not repaired, so the rest of
+      // the card stays 30 steps short; the hole there is punched again.
+      {"B MY 3", "Erreur repos poinçon - Contexte sauvegardé", 1, {{108, 750}}, 30},
+      // A refused X move punches where the head stood (here the card's
+      // edge, where the origin search left it), then the re-registration
+      // repeats the hole at its place.
+      {"B mx 1", "Erreur repos poinçon - Contexte sauvegardé", 1, {{220, 720}}},
+      {"C CZ 3", "Erreur cycle de perforation - Contexte sauvegardé", 1, {}},
+      {"silence CZ 3", "Non réponse poinçon - Contexte sauvegardé", 1, {}},
+      // A small loss re-registers at once, without a stop, and repeats.
+      {"D mx 3 4", "Perte d'origine :  4 pas - Contexte sauvegardé", 0, {{108, 780}}},
+      {"D mx 1 40", "Perte d'origine :  40 pas - Contexte sauvegardé", 1, {{148, 720}}},
+      {"refuse ON 2", "Calage origine impossible. Machine en marche?", 0, {}},
+  };
+  for (const auto& k : cases) {
+    PunchRig r(fault_script(k.script));
+    ASSERT_TRUE(r.load(kPiece));
+    r.continue_after(1000);
+    r.punch();
+    EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée") << k.script;
+    EXPECT_EQ(r.continues, k.continues) << k.script;
+    EXPECT_NE(std::find(r.service.begin(), r.service.end(), k.fault_text), r.service.end()) << k.script;
+    Holes want = reference_holes();
+    if (k.y_short)
+      for (auto& h : want)
+        if (h.second >= 780) h.second -= k.y_short;
+    EXPECT_TRUE(minus(want, r.holes()).empty()) << k.script << ": a hole is missing";
+    EXPECT_EQ(minus(r.holes(), want), k.extra) << k.script;
+    EXPECT_EQ(r.s.etat_pause, 0) << k.script;
+  }
+}
+
+TEST(RunEngine, ContinuerAnsweredNoThenYes) {
+  // 1st ON: readiness at the start; 2nd: the first "Continuer".
+  PunchRig r(fault_script("B ON 2\nC CZ 2"));
+  ASSERT_TRUE(r.load(kPiece));
+  r.continue_after(500);
+  r.punch();
+  EXPECT_EQ(r.continues, 2);
+  EXPECT_NE(std::find(r.service.begin(), r.service.end(), "Résoudre le défaut avant de Continuer"), r.service.end());
+  EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée");
+  EXPECT_TRUE(minus(reference_holes(), r.holes()).empty());
+}
+
+TEST(RunEngine, PauseTakesEffectAtTheNextHole) {
+  struct Case {
+    const char* what;
+    int after_line;    // the clicks come when the gauge reaches this line
+    int clicks;
+    bool simulation;
+    int on_frames;     // "ONxxxxx" beyond the readiness question
+    int holes;         // recorded by the board
+    int cycles;        // compteur_trous
+    int16_t etat_pause_after;
+  } cases[] = {
+      // "Continuer" asks the board once; the run doesn't re-register.
+      {"pause and continue before the next hole", 1, 2, false, 1, 19, 19, 0},
+      {"pause, then continue in the wait", 1, 1, false, 1, 20, 20, 0},
+      // The clicks come after the last hole: nothing holds the run.
+      {"pause in the last step", 18, 1, false, 0, 19, 19, 1},
+      {"simulation: no question, no hole", 1, 1, true, 0, 0, 20, 0},
+  };
+  for (const auto& k : cases) {
+    PunchRig r;
+    if (k.simulation) r.m.Text9.set_text("7351");
+    ASSERT_TRUE(r.load(kPiece));
+    bool done = false;
+    r.m.subscribe([&](Element& e, Prop p) {
+      if (&e != &r.m.gauge1 || p != Prop::Value || e.value() != k.after_line || done) return;
+      done = true;
+      if (k.clicks == 1) r.continue_after(1000);
+      for (int i = 0; i < k.clicks; ++i) r.m.Command12.operator_click();
+    });
+    const auto from = r.mark();
+    r.punch();
+    const Strings f = r.frame_bytes(from);
+    EXPECT_EQ(std::count(f.begin(), f.end(), "ONxxxxx\n"), 1 + k.on_frames) << k.what;
+    EXPECT_EQ(static_cast<int>(r.holes().size()), k.holes) << k.what;
+    EXPECT_EQ(r.s.compteur_trous, k.cycles) << k.what;
+    EXPECT_EQ(r.s.etat_pause, k.etat_pause_after) << k.what;
+    EXPECT_EQ(r.m.Command12.text(), k.etat_pause_after ? "Continuer" : "Pause") << k.what;
+    EXPECT_FALSE(r.m.Command12.enabled()) << k.what;
+    EXPECT_FALSE(r.read_file("Perfo_en_cours.sav").empty()) << k.what << ": the pause saves the context";
+  }
+}
+
+TEST(RunEngine, TheListEndingInsideAGroupWalksItOnce) {
+  // A chord that starts and ends on the last step: each note one hole.
+  PunchRig r;
+  ASSERT_TRUE(r.load(fichier_evenements({note_line(1000, 60, 0), note_line(1000, 62, 0)}, 1000)));
+  ASSERT_EQ(r.m.List3.count(), 4);
+  const auto from = r.mark();
+  r.punch();
+  EXPECT_EQ(r.holes(), (Holes{{108, 720}, {125, 720}}));
+  const Strings f = r.frame_bytes(from);
+  EXPECT_EQ(std::count_if(f.begin(), f.end(), [](const std::string& s) { return s.rfind("MY", 0) == 0; }), 1);
+}
+
+TEST(RunEngine, AChainOfThreeFiles) {
+  PunchRig r;
+  const std::string dir = r.home + "pieces";
+  std::filesystem::create_directories(dir);
+  for (const char* n : {"a.mid", "b.mid", "c.mid"}) write_file(dir + "/" + n, tiny_midi());
+  r.p.sim_dialogs().open_answers.push_back(dir + std::string("\0a.mid\0b.mid\0c.mid", 18));
+  r.m.Ouvre_midi.click();
+  ASSERT_TRUE(r.m.Command11.enabled()) << r.m.Label_defautP.text();
+  std::vector<std::string> closing;
+  const auto from = r.mark();
+  r.punch();
+  const Strings f = r.frame_bytes(from);
+  // Twelve holes a file (a note of 500 ms); the card is fed by Dist_cartons (300 mm: 361 Y steps
+  // of 0.83 mm, 3610 motor steps) between files, and the working sequence
+  // stays open from the first file to the end, closed once per nested run.
+  EXPECT_EQ(r.holes().size(), 36u);
+  EXPECT_EQ(std::count(f.begin(), f.end(), "MY03610\n"), 2);
+  EXPECT_EQ(std::count(f.begin(), f.end(), "AGxxxxx\n"), 3);
+  const auto first_zg = std::find(f.begin(), f.end(), "ZGxxxxx\n");
+  EXPECT_EQ(f.end() - first_zg, 3) << "the three closing steps come at the end";
+  EXPECT_EQ(r.s.fichiers_restants, 0);
+  EXPECT_NE(r.s.enchainement, 0);
+  EXPECT_EQ(r.s.rang_fichier, 2);
+  EXPECT_EQ(r.s.chemin_midi, dir + "/c.mid");
+}
+
+}  // namespace
+}  // namespace brivel::test
