@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 b=build-bench
 cmake -S . -B "$b" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBRIVEL_BENCH=ON -DBRIVEL_TESTS=OFF > /dev/null
-cmake --build "$b" --target brivel-make-midi brivel-vertalen bench_brivel > /dev/null
+cmake --build "$b" --target brivel-make-midi brivel-vertalen bench_brivel brivel-card > /dev/null
 mkdir -p "$b/data"
 "$b/bench/brivel-make-midi" "$b/data/1mb.mid" 1048576 16 500
 "$b/bench/brivel-make-midi" "$b/data/10mb.mid" 10485760 64 900
@@ -30,4 +30,6 @@ for f in 1mb 10mb; do
   printf '%-8s %12s %12s %8s %14s %14s\n' "$f" "$ours" "$peer" "${ratio}x" \
     "$(peak "$b/bench/brivel-vertalen" "$b/data/$f.mid")" "$(peak midicsv "$b/data/$f.mid" /dev/null)"
 done
+# A whole opening, as the console makes it: peak memory and time by file size.
+bash bench/opening_memory.sh "$b"
 "$b/bench/bench_brivel"

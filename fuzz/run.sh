@@ -8,6 +8,11 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-600}
 b=build-fuzz
+# clang and its libFuzzer runtime come from the distribution.
+if ! command -v clang++ > /dev/null; then
+  sudo=$([[ $(id -u) -eq 0 ]] && echo "" || echo sudo)
+  $sudo apt-get update -q && $sudo apt-get install -y -q clang
+fi
 CC=clang CXX=clang++ cmake -S . -B "$b" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBRIVEL_FUZZ=ON \
   -DBRIVEL_GUI=OFF -DBRIVEL_TESTS=OFF > /dev/null
 cmake --build "$b" --target vertalen_fuzz

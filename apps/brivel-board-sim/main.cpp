@@ -6,11 +6,13 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 
 #include "board/board_model.h"
+#include "command_line.h"
 #include "pty_link.h"
 #include "sim_loop.h"
 #include "sim_options.h"
@@ -43,29 +45,31 @@ bool install_signals(int* read_end) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const std::vector<std::string> args(argv + 1, argv + argc);
+  if (auto end = cli::aide_ou_version(args, "brivel-board-sim", kUsage, std::cout)) return *end;
   std::string error;
-  auto opt = parse_options(std::vector<std::string>(argv + 1, argv + argc), &error);
-  if (!opt) {
-    std::cerr << error << "\n" << kUsage;
-    return 2;
-  }
-  if (opt->help) {
-    std::cout << kUsage;
-    return 0;
-  }
+  auto opt = parse_options(args, &error);
+  if (!opt) return cli::refuse("brivel-board-sim", error, kUsage, std::cerr);
 
   BoardOptions board_options;
   if (!opt->faults.empty()) {
+    std::error_code ec;
+    const auto kind = std::filesystem::status(opt->faults, ec).type();
     std::ifstream in(opt->faults, std::ios::binary);
-    if (!in) {
-      std::cerr << "Script de défauts illisible : " << opt->faults << "\n";
+    if (kind != std::filesystem::file_type::regular || !in) {
+      std::cerr << "brivel-board-sim : script de défauts "
+                << (kind == std::filesystem::file_type::not_found   ? "introuvable"
+                    : kind == std::filesystem::file_type::directory ? "refusé (c'est un dossier)"
+                    : kind != std::filesystem::file_type::regular   ? "refusé (ce n'est pas un fichier ordinaire)"
+                                                                    : "illisible")
+                << " : " << opt->faults << "\n";
       return 2;
     }
     std::ostringstream text;
     text << in.rdbuf();
     auto parsed = parse_fault_script(text.str(), &error);
     if (!parsed) {
-      std::cerr << error << "\n";
+      std::cerr << "brivel-board-sim : " << error << "\n";
       return 2;
     }
     board_options = *parsed;

@@ -54,8 +54,17 @@ bool PtyLink::open(const std::string& link, std::string* error) {
   if (link.empty()) return true;
   std::error_code ec;
   const fs::path p(link);
-  if (p.has_parent_path()) fs::create_directories(p.parent_path(), ec);
-  if (ec) return *error = "Impossible de créer le dossier de " + link + " : " + ec.message(), false;
+  // Only the link's own folder is made (the ports/ folder of the program's
+  // folder), never the folders above it: a mistyped path must not leave a
+  // tree of folders behind.
+  if (p.has_parent_path() && !fs::is_directory(p.parent_path(), ec)) {
+    if (!fs::is_directory(p.parent_path().parent_path().empty() ? "." : p.parent_path().parent_path(), ec))
+      return *error = "Le dossier " + p.parent_path().parent_path().string() + " n'existe pas : lien " + link +
+                      " impossible",
+             false;
+    if (!fs::create_directory(p.parent_path(), ec) || ec)
+      return *error = "Impossible de créer le dossier " + p.parent_path().string() + " : " + ec.message(), false;
+  }
   const auto st = fs::symlink_status(p, ec);
   if (fs::is_symlink(st)) {
     fs::remove(p, ec);  // a link left by an earlier run

@@ -11,8 +11,11 @@ const char* const kUsage =
     "  --faults FICHIER   script de défauts (B MY 3, C CZ 2, D MX 5 12, silence CZ 4, refuse ON 2, A OR 1)\n"
     "  --instant          chaque réponse 1 ms après sa trame (par défaut)\n"
     "  --realistic        durées tirées des durées de pas PX, PY, IZ + MZ\n"
-    "  --sensors OOOOO    état des capteurs, O = démasqué (poinçon bas, haut, linéaire, rotatif, réserve)\n"
+    "  --sensors OOOOO    les cinq capteurs, O = démasqué, . = masqué (poinçon bas, haut, linéaire, rotatif, réserve)\n"
     "  --duration S       s'arrête après S secondes (sinon sur SIGTERM ou SIGINT)\n"
+    "  --help, --version\n"
+    "Les règles de défaut comptent les déplacements X ensemble (MX vaut MX, mX, Mx et mx), de même OR et oR, CZ et "
+    "cZ.\n"
     "SIGUSR1 redémarre le microprogramme comme l'impulsion de reset, qu'un pseudo-terminal ne transmet pas.\n";
 
 std::optional<SimOptions> parse_options(const std::vector<std::string>& args, std::string* error) {
@@ -28,8 +31,8 @@ std::optional<SimOptions> parse_options(const std::vector<std::string>& args, st
       *into = args[++i];
       return true;
     };
-    if (a == "--help" || a == "-h") {
-      o.help = true;
+    if (a == "--help" || a == "-h" || a == "--version") {
+      continue;  // answered before anything else, by main()
     } else if (a == "--instant") {
       o.instant = true;
     } else if (a == "--realistic") {
@@ -37,7 +40,8 @@ std::optional<SimOptions> parse_options(const std::vector<std::string>& args, st
     } else if (a == "--link" || a == "--log" || a == "--faults" || a == "--sensors") {
       std::string* into = a == "--link" ? &o.link : a == "--log" ? &o.log : a == "--faults" ? &o.faults : &o.sensors;
       if (!value(into) || into->empty()) return fail("L'option " + a + " attend une valeur.");
-      if (a == "--sensors" && into->size() > 5) return fail("--sensors : cinq caractères au plus.");
+      if (a == "--sensors" && (into->size() != 5 || into->find_first_not_of("O.") != std::string::npos))
+        return fail("--sensors : cinq caractères O (démasqué) ou . (masqué) attendus, pas « " + *into + " ».");
     } else if (a == "--duration") {
       std::string text;
       if (!value(&text)) return fail("L'option --duration attend un nombre de secondes.");

@@ -12,9 +12,8 @@ struct SimOptions {
   std::string log;          // log file; empty: none
   std::string faults;       // fault script file; empty: none
   bool instant = true;
-  std::string sensors;      // 'O' = unmasked, by position; missing ones masked
-  double duration_s = 0;    // 0: run until SIGTERM or SIGINT
-  bool help = false;
+  std::string sensors;    // five of 'O' (unmasked) or '.', by position; empty: all masked
+  double duration_s = 0;  // 0: run until SIGTERM or SIGINT
 };
 
 // Reads argv[1..]. On a bad command line: empty, with a French message in `error`.

@@ -115,16 +115,6 @@ TEST(EndToEnd, ExitStatusAndMessagesOfTheScriptConsole) {
   }
 }
 
-TEST(EndToEnd, UsageAndUnreadableScripts) {
-  Home home("usage");
-  ChildProcess none({SCRIPT_EXE}, home.str());
-  EXPECT_EQ(none.wait_exit(30), 2);
-  EXPECT_NE(none.err().find("usage"), std::string::npos) << none.err();
-  ChildProcess missing({SCRIPT_EXE, (home.dir / "absent.txt").string()}, home.str());
-  EXPECT_EQ(missing.wait_exit(30), 2);
-  EXPECT_NE(missing.err().find("absent.txt"), std::string::npos) << missing.err();
-}
-
 TEST(EndToEnd, TheQuitOfOneScriptLeavesTheOthersRunning) {
   // The window's quit ends every process of the program; a script's quit
   // ends only its own, so scripts can run side by side.

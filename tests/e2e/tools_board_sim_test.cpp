@@ -84,7 +84,7 @@ TEST(EndToEndTools, CalibrationDetectorsAndEeprom) {
   home.write("faults.txt", "C cZ 1\n");
   const fs::path log = home.dir / "board.log";
   ChildProcess sim({BOARD_SIM_EXE, "--link", (home.dir / "ports" / "com7").string(), "--log", log.string(), "--instant",
-                    "--sensors", "xOOxx", "--faults", (home.dir / "faults.txt").string()},
+                    "--sensors", ".OO..", "--faults", (home.dir / "faults.txt").string()},
                    home.dir.string());
   ASSERT_TRUE(sim.read_until("ready", 10)) << sim.out() << sim.err();
   ChildProcess script({SCRIPT_EXE, "-"}, home.dir.string(), kStory);
