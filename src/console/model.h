@@ -4,9 +4,10 @@
 //
 // Code reaches an element by its member (m.VitesseX, m.Note(3)); the window,
 // scripts and tests reach it by its name ("VitesseX", "Note(3)"). Elements of
-// the About box and of the EEPROM box carry their form's name in front
-// ("About.nb_trou", "EEPROM.adress"), since the EEPROM box has buttons named
-// like buttons of the main window.
+// the About box, of the EEPROM box and of the upload's report window carry
+// their form's name in front ("About.nb_trou", "EEPROM.adress",
+// "Upload.report"), since the EEPROM box has buttons named like buttons of
+// the main window.
 #pragma once
 
 #include <functional>

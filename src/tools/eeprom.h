@@ -11,9 +11,10 @@
 namespace brivel {
 
 // The cell's value from the reply to "rd": the code of the one character the
-// board sent, 0 to 255. The codes of "A" to "D" (65 to 68) reach the reply
-// flags instead of car_autre; `lettre` is that letter when one came.
+// board sent, 0 to 255.
 int valeur_cellule(char car_autre);
+// The codes of "A" to "D" (65 to 68) reach the reply flags instead of
+// car_autre: the code of the letter whose flag is set, if one is.
 std::optional<int> valeur_lettre(const RunState& s);
 
 // "NUxxxxx", "rd" and the address, the one-character reply, a bare line
