@@ -17,14 +17,18 @@
 #include "app/console_app.h"
 #include "command_line.h"
 #include "demo.h"
+#include "start_actions.h"
 #include "gui/main_window.h"
 #include "platform/qt/qt_platform.h"
 
 namespace {
 
 constexpr const char* kUsage =
-    "Usage : brivel [--demo DOSSIER] [options de Qt]\n"
+    "Usage : brivel [--port N] [--ouvrir FICHIER.mid [--perforer]] [--demo DOSSIER] [options de Qt]\n"
     "  (sans option)     la console de perforation, sur les ports série de cette machine\n"
+    "  --port N          se connecte au port N au démarrage\n"
+    "  --ouvrir FICHIER  ouvre ce morceau au démarrage\n"
+    "  --perforer        le perfore, puis se termine en disant combien de trous en combien de temps\n"
     "  --demo DOSSIER    la console sur une machine simulée ; une image de chaque page dans DOSSIER\n"
     "  --help, --version\n"
     "Options de Qt acceptées : -platform NOM, -display AFFICHAGE, -style STYLE, -geometry G, -reverse.\n";
@@ -56,8 +60,11 @@ bool display_available(const std::string& platform_arg) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> args(argv + 1, argv + argc);
+  std::vector<std::string> args(argv + 1, argv + argc);
   if (auto end = brivel::cli::aide_ou_version(args, "brivel", kUsage, std::cout)) return *end;
+  brivel::start::Options start;
+  if (std::string why = brivel::start::take_options(args, start); !why.empty())
+    return brivel::cli::refuse("brivel", why, kUsage, std::cerr);
   bool demo_asked = false;
   std::string platform;
   for (std::size_t i = 0; i < args.size(); ++i) {
@@ -77,7 +84,7 @@ int main(int argc, char** argv) {
                  "graphique, ou avec QT_QPA_PLATFORM=offscreen\n";
     return 1;
   }
-  if (demo_asked) brivel::demo::quiet_offscreen_messages();
+  if (demo_asked || start.punch) brivel::demo::quiet_offscreen_messages();
   QApplication qapp(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Brivel"));
   if (QStyle* fusion = QStyleFactory::create(QStringLiteral("Fusion"))) QApplication::setStyle(fusion);
@@ -90,6 +97,7 @@ int main(int argc, char** argv) {
   brivel::ConsoleOptions options;
   options.program_dir = QApplication::applicationDirPath().toStdString();
   options.program_dir_writable = QFileInfo(QApplication::applicationDirPath()).isWritable();
+  brivel::Dialogs* real_dialogs = &platform_qt.dialogs();
   brivel::ConsoleApp app(platform_qt, options);
   app.Form_Load();
   platform_qt.set_ports_folder(app.s.dossier_appli + "ports");
@@ -102,7 +110,9 @@ int main(int argc, char** argv) {
       window.statusBar()->showMessage(QString::fromStdString(e.tooltip()));
   });
   window.show();
-  const int status = qapp.exec();
+  QApplication::processEvents();
+  int status = brivel::start::run(app, *real_dialogs, platform_qt, start);
+  if (status < 0) status = qapp.exec();
   app.m.unsubscribe(reason);
   return status;
 }
