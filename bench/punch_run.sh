@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Punches a piece with the real program on the real platform against
+# brivel-board-sim in instant mode, and reports in one run:
+#   - holes per second;
+#   - the run's wall time (first "AGxxxxx" to the last "ZGxxxxx" in the
+#     board's log) against the sum of the waits the console itself asks for:
+#     25 ms behind each move and working-sequence end, 250 ms per working
+#     sequence start, 500 ms per readiness answer, 25 + 200 ms per origin
+#     search; the floor of a wait ("a tick strictly past its deadline", 1 ms)
+#     and the board's 1 ms reply are shown beside them;
+#   - the CPU time of the console process against its wall time.
+# Usage: bench/punch_run.sh [BUILD_DIR] [PIECE.mid]   (default build-bench, data/sample.mid)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+b=${1:-build-bench}
+piece=${2:-data/sample.mid}
+if [ ! -x "$b/apps/brivel/brivel" ]; then
+  cmake -S . -B "$b" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBRIVEL_BENCH=ON -DBRIVEL_TESTS=OFF > /dev/null
+  cmake --build "$b" --target brivel brivel-board-sim > /dev/null
+fi
+home=$(mktemp -d)
+trap 'kill $sim 2>/dev/null || true; rm -rf "$home"' EXIT
+mkdir -p "$home/ports"
+"$b/apps/brivel-board-sim/brivel-board-sim" --link "$home/ports/com7" --log "$home/board.log" --instant \
+  > "$home/sim.out" 2>&1 &
+sim=$!
+for _ in $(seq 100); do grep -q '^ready' "$home/sim.out" && break; sleep 0.1; done
+BRIVEL_HOME="$home" QT_QPA_PLATFORM=offscreen /usr/bin/time -f '%U %S %e' -o "$home/time" \
+  "$b/apps/brivel/brivel" --port 7 --ouvrir "$piece" --perforer
+awk -v cpu="$(cat "$home/time")" '
+  $2 == ">" { f = substr($3, 1, 2)
+              if (f == "AG") { if (!start) start = $1; asked += 250 }
+              else if (f == "ZG") { stop = $1; asked += 25 }
+              else if (f ~ /^[Mm][XxY]$/) asked += 25
+              else if (f == "ON") asked += 500
+              else if (f ~ /^[Oo]R$/) asked += 225
+              else next
+              if (start) waits++ }
+  $2 == "<" && start { replies++ }
+  $2 == "*" { holes++ }
+  END {
+    split(cpu, t, " "); wall = stop - start
+    floor = asked + waits + replies
+    printf "holes %d, run %.1f s, %.1f holes/s\n", holes, wall / 1000, holes * 1000 / wall
+    printf "waits asked %.1f s: run/asked %.3f; with the 1 ms floor of each wait and of each reply %.1f s: run/that %.3f\n",
+           asked / 1000, wall / asked, floor / 1000, wall / floor
+    printf "console process: CPU %.2f s of %.1f s wall = %.1f %% of one core\n", t[1] + t[2], t[3], 100 * (t[1] + t[2]) / t[3]
+  }' "$home/board.log"

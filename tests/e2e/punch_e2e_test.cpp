@@ -1,0 +1,108 @@
+// A whole piece punched by the real programs: brivel-script drives the
+// console against brivel-board-sim on a pseudo-terminal, and the board's
+// hole log must be, hole for hole, what the piece's rows (from brivel-card)
+// and the note table call for.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "console/model.h"
+#include "e2e/child_process.h"
+#include "import/smf_hex.h"
+
+namespace brivel::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Home {
+  fs::path dir;
+  Home() {
+    dir = fs::temp_directory_path() / ("brivel-e2e-punch-" + std::to_string(getpid()));
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+  }
+  ~Home() { fs::remove_all(dir); }
+};
+
+// Division 480 at the default tempo (a tick is 1.04 ms): a held note, a
+// chord of two short notes, a note of half a second after it, and a note
+// shorter than the punch.
+std::string piece() {
+  const std::string events = dt(0) + "90 3C 64 " + dt(480) + "80 3C 40 " +   // 60: 500 ms, held
+                             dt(480) + "90 3E 64 00 90 40 64 " +              // 62 and 64 together
+                             dt(96) + "80 3E 40 00 80 40 40 " +               // ... 100 ms
+                             dt(0) + "90 43 64 " + dt(500) + "80 43 40 " +    // 67
+                             dt(100) + "90 41 64 " + dt(1) + "80 41 40 " +    // 65, shorter than the punch
+                             dt(0) + "FF 2F 00";
+  return header(0, 1, 480) + track(events);
+}
+
+// The holes the rows call for, by the run's own rule: a note is on from its
+// NOTE row to its NTOF row and gets a hole at every step of the list in
+// between, both ends included. X is the position of every track holding the
+// note (default scale, half steps: the frames' unit); Y counts motor steps
+// from the card's first place, half a punch (2 steps) ahead, 10 a step.
+std::multiset<std::string> holes_called_for(const std::vector<std::string>& rows) {
+  std::set<int> steps;
+  std::map<int, std::vector<std::pair<int, int>>> spans;  // note -> [start, end]
+  for (const auto& r : rows) {
+    const int p = std::stoi(r.substr(0, 7));
+    steps.insert(p);
+    if (r.compare(14, 4, "NOTE") == 0) spans[std::stoi(r.substr(8, 5))].push_back({p, std::stoi(r.substr(19, 7))});
+  }
+  std::multiset<std::string> out;
+  for (const auto& [note, list] : spans)
+    for (const auto& t : kDefaultScale) {
+      if (t.note != note) continue;
+      for (const auto& [from, to] : list)
+        for (auto it = steps.lower_bound(from); it != steps.end() && *it <= to; ++it)
+          out.insert("X=" + std::to_string(t.position) + " Y=" + std::to_string((*it - 2) * 10));
+    }
+  return out;
+}
+
+TEST(EndToEnd, AWholePieceIsPunchedHoleForHole) {
+  Home home;
+  const fs::path mid = home.dir / "piece.mid", rows = home.dir / "rows.txt", log = home.dir / "board.log";
+  std::ofstream(mid, std::ios::binary) << piece();
+
+  ChildProcess card({BRIVEL_CARD_EXE, "--rows", rows.string(), mid.string()}, home.dir.string());
+  ASSERT_EQ(card.wait_exit(60), 0) << card.err();
+  std::vector<std::string> row_lines;
+  std::ifstream in(rows);
+  for (std::string l; std::getline(in, l);) {
+    if (!l.empty() && l.back() == '\r') l.pop_back();
+    if (!l.empty()) row_lines.push_back(l);
+  }
+  const auto expected = holes_called_for(row_lines);
+  ASSERT_GT(expected.size(), 15u);
+
+  ChildProcess sim({BOARD_SIM_EXE, "--link", (home.dir / "ports" / "com7").string(), "--log", log.string(), "--instant"},
+                   home.dir.string());
+  ASSERT_TRUE(sim.read_until("ready", 10)) << sim.err();
+  const std::string script = "click fenetre_moteurs\nset AdressePort 7\nwait Shape1 = 10\n"
+                             "click fenetre_perforation\nanswer open " + mid.string() + "\nclick Ouvre_midi\n"
+                             "wait Label_defautP ~ Prêt à perforer.*\nclick Command11\n"
+                             "expect Label_defautP = Perforation terminée\nprint compteurXY(1)\nquit\n";
+  ChildProcess run({SCRIPT_EXE, "-"}, home.dir.string(), script);
+  EXPECT_EQ(run.wait_exit(120), 0) << run.err();
+  EXPECT_EQ(sim.terminate(10), 0) << sim.err();
+
+  std::multiset<std::string> got;
+  std::ifstream lin(log);
+  for (std::string l; std::getline(lin, l);) {
+    const auto star = l.find(" * ");
+    if (star != std::string::npos) got.insert(l.substr(star + 3));
+  }
+  EXPECT_EQ(got, expected);
+}
+
+}  // namespace
+}  // namespace brivel::test
