@@ -342,5 +342,31 @@ TEST(Faults, ContextFileOfAFaultByteForByte) {
   EXPECT_EQ(r.read_file("Perfo_en_cours.sav"), expected);
 }
 
+TEST(Motion, CountersFollowTheFieldAsItStandsAfterTheWait) {
+  // A handler inside the wait (the stop of the continuous feed) rewrites the
+  // field: the counter adds the value it holds when the reply has come.
+  struct Case {
+    bool y;
+    const char* before;
+    const char* during;
+    int32_t counter_after;  // from 100
+  } cases[] = {{false, "40", "7", 107}, {true, "40", "7", 107}, {true, "40", "40", 140}};
+  for (const auto& k : cases) {
+    Machine r;
+    r.peer.delay_ms = 50;
+    r.s.sens_X = true;
+    r.s.compteur_X = 100;
+    r.s.compteur_Y = 100;
+    Element& field = k.y ? r.m.nb_PasY : r.m.nb_PasX;
+    field.set_text(k.before);
+    r.p.at(r.p.now() + 10, [&] { field.set_text(k.during); });
+    if (k.y)
+      deplace_Y(r.c);
+    else
+      deplace_X(r.c);
+    EXPECT_EQ(k.y ? r.s.compteur_Y : r.s.compteur_X, k.counter_after) << k.y << k.during;
+  }
+}
+
 }  // namespace
 }  // namespace brivel::test
