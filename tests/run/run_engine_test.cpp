@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 
 #include "support/punch_rig.h"
 
@@ -90,6 +91,27 @@ TEST(RunEngine, NoteStatesAndToolTipsDuringTheRun) {
   EXPECT_EQ(seen[11], std::make_tuple(kEtatFermant, kEtatRepos, std::string()));  // NTOF at 107
   EXPECT_EQ(seen[12], std::make_tuple(kEtatRepos, kEtatActif, std::string()));
   EXPECT_EQ(seen[16], std::make_tuple(kEtatRepos, kEtatFermant, std::string()));
+}
+
+TEST(RunEngine, ARestrikeInsideAHeldNoteAndOneNoteOnTwoTracks) {
+  PunchRig r;
+  r.m.Note(2).set_text("60");  // track 2 (position 42) doubles track 6 (108)
+  // 60 held from 1 s to 1.5 s, struck again at 1.1 s for 0.1 s: the short
+  // note's end must not close the long one.
+  ASSERT_TRUE(r.load(fichier_evenements({note_line(1000, 60, 500), note_line(1100, 60, 100)}, 1500)));
+  r.punch();
+  // The long note sounds at every step of the list from 74 to 107, the
+  // restrike's rows included, once on each of its two tracks.
+  std::set<int> steps;
+  for (const auto& row : r.m.List3.rows()) steps.insert(std::stoi(row.substr(0, 7)));
+  Holes want;
+  for (int y : steps)
+    for (int x : {42, 108})
+      if (y >= 74 && y <= 107) want.push_back({x, (y - 2) * 10});
+  Holes got = r.holes();
+  std::sort(got.begin(), got.end());
+  std::sort(want.begin(), want.end());
+  EXPECT_EQ(got, want);
 }
 
 TEST(RunEngine, BoundsAndTheirErrors) {
