@@ -193,3 +193,17 @@ std::string str_num(double x) {
 }
 
 }  // namespace brivel
+
+namespace brivel {
+
+int16_t cint_borne(double x) {
+  if (auto r = cint(x)) return *r;
+  return x < 0 ? INT16_MIN : INT16_MAX;
+}
+
+int32_t clng_borne(double x) {
+  if (auto r = clng(x)) return *r;
+  return x < 0 ? INT32_MIN : INT32_MAX;
+}
+
+}  // namespace brivel

@@ -34,6 +34,11 @@ double round_half_even(double x);
 std::optional<int16_t> cint(double x);
 std::optional<int32_t> clng(double x);
 
+// The same, held at the nearest bound when the value doesn't fit: the
+// position counters, which must never wrap.
+int16_t cint_borne(double x);
+int32_t clng_borne(double x);
+
 // The strict conversion of a whole text to a number, by the locale: leading
 // and trailing blanks are allowed, anything else that is no number (empty
 // text included) gives an empty result.

@@ -3,6 +3,7 @@
 #include "link/frames.h"
 #include "link/line.h"
 #include "persistence/files/context_file.h"
+#include "run/origin/origin.h"
 
 namespace brivel {
 
@@ -29,7 +30,7 @@ void reprend(Context& c) {
   RunState& s = c.s;
   if (s.mode_simulation) {
     s.etat_pause = 0;
-    m.Label_defautP.set_text("Perforation en cours - Mode simulation");
+    texte_en_cours(c);
     m.Command12.set_text("Pause");
     m.Avance.set_enabled(false);
     return;

@@ -28,11 +28,6 @@ struct Run {
   bool dans_bornes(double p) const { return p >= debut && p <= fin; }
 };
 
-int32_t sur_32(double v) {
-  if (auto r = clng(v)) return *r;
-  return v < 0 ? INT32_MIN : INT32_MAX;
-}
-
 // The closing steps, reached from the end of the piece and from a bound error.
 void fin_du_handler(Context& c) {
   c.m.Command12.set_enabled(false);
@@ -97,7 +92,7 @@ void pas_Y(Context& c, const Run& run, double p) {
   if (run.dans_bornes(p) && !s.reprise_sans_avance)
     deplace_Y(c);
   else
-    s.compteur_Y = sur_32(s.compteur_Y + delta);
+    s.compteur_Y = clng_borne(s.compteur_Y + delta);
 }
 
 void ligne_pasy(Context& c, Run& run, double p) {
@@ -191,7 +186,7 @@ void Command11_Click(Context& c) {
 
   const bool sur_la_pile = s.run_on_stack;
   s.run_on_stack = true;
-  m.Label_defautP.set_text(s.mode_simulation ? "Perforation en cours - Mode simulation" : "Perforation en cours");
+  texte_en_cours(c);
   for (Element* e : {&m.Ouvre_midi, &m.Command11, &m.perfo_retard, &m.Avance}) e->set_enabled(false);
   m.Sauve_contexte.set_enabled(true);
   s.recalage_demande = false;
@@ -200,7 +195,7 @@ void Command11_Click(Context& c) {
   s.perforation_lancee = true;
   m.Command12.set_enabled(true);
   // The card stands half a punch ahead of the counter's zero.
-  s.compteur_Y = sur_32(round_half_even(std::floor(val(m.Poincon.text()) / s.pas_Y_mm) / 2));
+  s.compteur_Y = clng_borne(round_half_even(std::floor(val(m.Poincon.text()) / s.pas_Y_mm) / 2));
   if (!s.reprise_contexte) {
     const int n = notes_utilisees(m);
     for (int k = 1; k <= n; ++k) mise_au_repos(m.Note(k));

@@ -19,13 +19,6 @@ constexpr int kMoveGapMs = 25;  // behind each X or Y move
 
 bool checked(const Element& box) { return box.value() == 1; }
 
-// The two texts of a machine fault, then the fault sequence.
-void defaut(Context& c, const std::string& caption) {
-  c.m.Label_defaut.set_text(caption);
-  c.m.Label_defautP.set_text(caption + kSauve);
-  mise_en_defaut(c);
-}
-
 void defaut_repos_poincon(Context& c) { defaut(c, "Erreur repos poinçon"); }
 
 // A wait that ended without a reply, or a frame that could not go out.
@@ -36,16 +29,6 @@ void defaut_refus(Context& c, std::string_view code, double value) {
   c.m.Label_defaut.set_text("Déplacement impossible");
   c.m.Label_defautP.set_text(refusal_text(code, value) + kSauve);
   mise_en_defaut(c);
-}
-
-int16_t to_16(double v) {
-  if (auto r = cint(v)) return *r;
-  return v < 0 ? INT16_MIN : INT16_MAX;
-}
-
-int32_t to_32(double v) {
-  if (auto r = clng(v)) return *r;
-  return v < 0 ? INT32_MIN : INT32_MAX;
 }
 
 // The board has answered "D" to an X move: it lost steps and gives their
@@ -75,6 +58,12 @@ void pertes_de_pas(Context& c) {
     s.realignement_demande = -1;
 }
 }  // namespace
+
+void defaut(Context& c, const std::string& caption) {
+  c.m.Label_defaut.set_text(caption);
+  c.m.Label_defautP.set_text(caption + kSauve);
+  mise_en_defaut(c);
+}
 
 void debut_travail(Context& c) {
   envoie(c, fixed_frame("AG"));
@@ -107,7 +96,7 @@ void deplace_X(Context& c) {
   // The field is read again: a handler that ran inside the wait may have
   // changed it, and the counter follows the field as it stands now.
   const double fait = val(m.nb_PasX.text());
-  s.compteur_X = to_16(static_cast<double>(s.compteur_X) + (s.sens_X ? fait : -fait));
+  s.compteur_X = cint_borne(static_cast<double>(s.compteur_X) + (s.sens_X ? fait : -fait));
   m.LabelX.set_text(str_plain(s.compteur_X));
   attente_ms(c.p, kMoveGapMs);
 }
@@ -130,7 +119,7 @@ void deplace_Y(Context& c) {
     defaut_repos_poincon(c);
   // As for X: the field as it stands after the wait (the stop of the
   // continuous feed writes it inside the wait).
-  s.compteur_Y = to_32(static_cast<double>(s.compteur_Y) + val(m.nb_PasY.text()));
+  s.compteur_Y = clng_borne(static_cast<double>(s.compteur_Y) + val(m.nb_PasY.text()));
   m.LabelY.set_text(str_plain(s.compteur_Y));
   attente_ms(c.p, kMoveGapMs);
 }

@@ -5,6 +5,8 @@
 // and mise_en_defaut, never to its caller.
 #pragma once
 
+#include <string>
+
 #include "console/context.h"
 
 namespace brivel {
@@ -20,6 +22,10 @@ void WD_timer_Timer(Context& c);  // the watchdog's expiry
 // context, writes the line's recent traffic beside it, "Continuer", and
 // opens the motor and note pages to the operator.
 void mise_en_defaut(Context& c);
+
+// A machine fault: its caption in Label_defaut, the same with
+// " - Contexte sauvegardé" on the service line, then mise_en_defaut.
+void defaut(Context& c, const std::string& caption);
 
 // The recorder's file, written beside the context at each fault.
 inline constexpr const char* kTraficFaute = "Perfo_en_cours.trafic.txt";

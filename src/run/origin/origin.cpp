@@ -23,30 +23,13 @@ double delai_recherche_ms(const Model& m) {
   return delai_mouvement_ms(2.0 * 32768 + std::abs(val(m.Text_origineX.text())), val(m.VitesseX.text()));
 }
 
-void texte_en_cours(Context& c) {
-  c.m.Label_defautP.set_text(c.s.mode_simulation ? "Perforation en cours - Mode simulation"
-                                                 : "Perforation en cours");
-}
-
-int16_t sur_16(double v) {
-  if (auto r = cint(v)) return *r;
-  return v < 0 ? INT16_MIN : INT16_MAX;
-}
-
-// A fault of the line during the search: its words, then the fault sequence.
-void defaut_ligne(Context& c, const std::string& texte) {
-  c.m.Label_defaut.set_text(texte);
-  c.m.Label_defautP.set_text(texte + " - Contexte sauvegardé");
-  mise_en_defaut(c);
-}
-
 // Asks until the board says it is ready. A lost port can't become ready:
 // the question stops there and the fault suspends the run.
 void attend_machine_prete(Context& c) {
   for (;;) {
     const Attente a = ecrit_et_attend(c, fixed_frame("ON"), kRepA | kRepB);
     if (a == Attente::PortPerdu) {
-      defaut_ligne(c, texte_defaut_liaison(a));
+      defaut(c, texte_defaut_liaison(a));
       return;
     }
     const bool prete = a == Attente::Reponse && !c.s.rep_B;
@@ -58,6 +41,11 @@ void attend_machine_prete(Context& c) {
   }
 }
 }  // namespace
+
+void texte_en_cours(Context& c) {
+  c.m.Label_defautP.set_text(c.s.mode_simulation ? "Perforation en cours - Mode simulation"
+                                                 : "Perforation en cours");
+}
 
 void recherche_origine(Context& c) {
   Model& m = c.m;
@@ -72,9 +60,9 @@ void recherche_origine(Context& c) {
   const Attente a =
       ecrit_et_attend(c, fixed_frame(m.Demipas.value() == 1 ? "oR" : "OR"), kRepA | kRepB | kRepD, delai_recherche_ms(m));
   if (a != Attente::Reponse) {
-    defaut_ligne(c, texte_defaut_liaison(a));
+    defaut(c, texte_defaut_liaison(a));
   } else {
-    if (s.rep_B) defaut_ligne(c, "Erreur repos poinçon");
+    if (s.rep_B) defaut(c, "Erreur repos poinçon");
     if (s.rep_D) {
       // The board gives the distance it measured after our line feed; it
       // waits for the exchange even when we drop the count.
@@ -82,11 +70,11 @@ void recherche_origine(Context& c) {
       fin_echange_compte(c, e == Attente::Reponse);
       if (e != Attente::Reponse) {
         r.clear();
-        defaut_ligne(c, texte_defaut_liaison(e));
+        defaut(c, texte_defaut_liaison(e));
       }
     }
   }
-  s.compteur_X = sur_16(val(m.Text_origineX.text()));
+  s.compteur_X = cint_borne(val(m.Text_origineX.text()));
   m.LabelX.set_text(str_plain(s.compteur_X));
   attente_ms(c.p, kMoveGapMs);
 
@@ -100,11 +88,11 @@ void recherche_origine(Context& c) {
     m.LabelX.set_text(str_plain(s.compteur_X));
     s.recalage_demande = false;
   } else if (s.mesure_origine == 0) {
-    s.compteur_X = sur_16(val(m.Text_origineX.text()));
+    s.compteur_X = cint_borne(val(m.Text_origineX.text()));
     m.LabelX.set_text(str_plain(s.compteur_X));
   } else {
     // After RAZ: the board's own count, shown as it came.
-    s.compteur_X = sur_16(val(r));
+    s.compteur_X = cint_borne(val(r));
     m.LabelX.set_text(r);
   }
   s.mesure_origine = 0;

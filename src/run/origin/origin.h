@@ -14,6 +14,10 @@ namespace brivel {
 // mise_en_defaut; the routine always runs to its end.
 void recherche_origine(Context& c);
 
+// "Perforation en cours" on the service line, with " - Mode simulation" in
+// a simulation.
+void texte_en_cours(Context& c);
+
 // The two buttons of the operator (note page and motor page): a search in a
 // working sequence of its own.
 void Origine_N_Click(Context& c);
