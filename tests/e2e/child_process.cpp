@@ -13,6 +13,17 @@ extern char** environ;
 
 namespace brivel::test {
 
+TempHome::TempHome(const std::string& tag) {
+  dir = std::filesystem::temp_directory_path() / ("brivel-e2e-" + tag + "-" + std::to_string(getpid()));
+  std::filesystem::remove_all(dir);
+  std::filesystem::create_directories(dir);
+}
+
+TempHome::~TempHome() {
+  std::error_code ec;
+  std::filesystem::remove_all(dir, ec);
+}
+
 namespace {
 
 using Clock = std::chrono::steady_clock;

@@ -6,10 +6,22 @@
 
 #include <sys/types.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace brivel::test {
+
+// A fresh folder of one test, the BRIVEL_HOME of the programs it starts;
+// removed afterwards.
+struct TempHome {
+  std::filesystem::path dir;
+  explicit TempHome(const std::string& tag);
+  ~TempHome();
+  TempHome(const TempHome&) = delete;
+  TempHome& operator=(const TempHome&) = delete;
+  std::string str() const { return dir.string(); }
+};
 
 class ChildProcess {
  public:

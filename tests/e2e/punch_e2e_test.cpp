@@ -21,15 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Home {
-  fs::path dir;
-  Home() {
-    dir = fs::temp_directory_path() / ("brivel-e2e-punch-" + std::to_string(getpid()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-  }
-  ~Home() { fs::remove_all(dir); }
-};
 
 // Division 480 at the default tempo (a tick is 1.04 ms): a held note, a
 // chord of two short notes, a note of half a second after it, and a note
@@ -69,7 +60,7 @@ std::multiset<std::string> holes_called_for(const std::vector<std::string>& rows
 }
 
 TEST(EndToEnd, AWholePieceIsPunchedHoleForHole) {
-  Home home;
+  TempHome home("punch");
   const fs::path mid = home.dir / "piece.mid", rows = home.dir / "rows.txt", log = home.dir / "board.log";
   std::ofstream(mid, std::ios::binary) << piece();
 

@@ -15,17 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A fresh BRIVEL_HOME, removed afterwards.
-struct Home {
-  fs::path dir;
-  explicit Home(const char* tag) {
-    dir = fs::temp_directory_path() / ("brivel-e2e-" + std::string(tag) + "-" + std::to_string(getpid()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-  }
-  ~Home() { fs::remove_all(dir); }
-  std::string str() const { return dir.string(); }
-};
 
 struct LogLines {
   std::vector<std::string> frames;  // what the board received, "<LF>" for the line feed
@@ -61,7 +50,7 @@ constexpr const char* kStory =
     "quit\n";
 
 TEST(EndToEnd, ScriptAgainstTheBoardSimulatorOnAPseudoTerminal) {
-  Home home("story");
+  TempHome home("story");
   const fs::path log = home.dir / "board.log";
 
   ChildProcess sim({BOARD_SIM_EXE, "--link", (home.dir / "ports" / "com7").string(), "--log", log.string(), "--instant"},
@@ -107,7 +96,7 @@ TEST(EndToEnd, ExitStatusAndMessagesOfTheScriptConsole) {
       {"a quit ends the script well", "quit\nexpect VitesseX = 4000\n", 0, "", ""},
   };
   for (const auto& c : cases) {
-    Home home("status");
+    TempHome home("status");
     ChildProcess script({SCRIPT_EXE, "-"}, home.str(), c.script);
     EXPECT_EQ(script.wait_exit(30), c.status) << c.name << "\n" << script.err();
     EXPECT_EQ(script.out(), c.out) << c.name;
@@ -118,7 +107,7 @@ TEST(EndToEnd, ExitStatusAndMessagesOfTheScriptConsole) {
 TEST(EndToEnd, TheQuitOfOneScriptLeavesTheOthersRunning) {
   // The window's quit ends every process of the program; a script's quit
   // ends only its own, so scripts can run side by side.
-  Home home("siblings");
+  TempHome home("siblings");
   ChildProcess slow({SCRIPT_EXE, "-"}, home.str(), "pause 1500\nprint VitesseX\n");
   ChildProcess quick({SCRIPT_EXE, "-"}, home.str(), "pause 200\nquit\n");
   EXPECT_EQ(quick.wait_exit(30), 0) << quick.err();
