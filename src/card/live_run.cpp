@@ -1,0 +1,162 @@
+#include "card/live_run.h"
+
+#include <algorithm>
+
+#include "core/numbers.h"
+
+namespace brivel {
+
+LiveRun::LiveRun(Context& c) : c_(c) {
+  subscription_ = c_.m.subscribe([this](Element& e, Prop p) { changed(e, p); });
+}
+
+LiveRun::~LiveRun() { c_.m.unsubscribe(subscription_); }
+
+const CardLayout& LiveRun::layout() {
+  if (dirty_) {
+    layout_ = lay_out_card(card_input(c_));
+    dirty_ = false;
+    punched_.assign(layout_.holes.size(), 0);
+    punched_count_ = 0;
+    run_index_ = 0;
+    last_hole_.reset();
+  }
+  return layout_;
+}
+
+std::optional<size_t> LiveRun::next_hole() const {
+  // A pause holds the run behind a good hole, which it punches again on
+  // resuming; a fault holds it at the hole that failed, the next one planned.
+  if (paused_ && !last_failed_ && last_hole_) return last_hole_;
+  if (run_index_ >= layout_.run_holes.size()) return std::nullopt;
+  const PlannedHole& h = layout_.run_holes[run_index_];
+  auto [a, b] = layout_.holes_between(h.step, h.step);
+  for (size_t i = a; i < b; ++i)
+    if (layout_.holes[i].track == h.track) return i;
+  return std::nullopt;
+}
+
+double LiveRun::head_x_mm() const { return val(c_.m.LabelX.text()) * val(c_.m.Text11.text()); }
+
+double LiveRun::elapsed_ms() const {
+  if (!running_) return 0;
+  const int32_t until = paused_ ? paused_at_ : c_.p.tick_ms();
+  return static_cast<double>(until - started_) - paused_ms_;
+}
+
+std::optional<double> LiveRun::remaining_ms() const {
+  if (!remaining_ || !running_) return remaining_;
+  return std::max(0.0, *remaining_ - (elapsed_ms() - estimated_at_));
+}
+
+MachinePace LiveRun::pace() const {
+  const Model& m = c_.m;
+  MachinePace p;
+  p.x_step_us = val(m.VitesseX.text());
+  p.y_step_us = val(m.VitesseY.text());
+  p.y_motor_per_step = val(m.NbpasY.text());
+  // In a simulation no cycle goes to the board.
+  p.cycle_ms = c_.s.mode_simulation ? 0 : val(m.TempoZ.text()) + val(m.MaxZ.text());
+  return p;
+}
+
+void LiveRun::changed(Element& e, Prop p) {
+  Model& m = c_.m;
+  bool redraw = false;
+  if (&e == &m.List3 || &e == &m.NBTouches || &e == &m.Text11 || &e == &m.Poincon || &e == &m.Deb_perf_mn ||
+      &e == &m.Deb_perf_sec || &e == &m.Fin_perf_mn || &e == &m.Fin_perf_sec || &e == &m.Check3) {
+    // Laid out again when next asked, not at each row of an opening.
+    dirty_ = true;
+    redraw = p != Prop::Rows && !running_;
+  } else if (p == Prop::Text && !running_ && (e.name().rfind("Note(", 0) == 0 || e.name().rfind("Position(", 0) == 0)) {
+    dirty_ = true;
+  } else if (&e == &m.Command12 && p == Prop::Enabled && e.enabled() && c_.s.run_on_stack) {
+    // The origin is found and the run walks the list from here.
+    start();
+    redraw = true;
+  } else if (&e == &m.gauge1 && p == Prop::Value && (running_ || chain_pending_)) {
+    if (chain_pending_ && e.value() == 0) {
+      chain_pending_ = false;
+      start();
+    } else {
+      row_done(e.value());
+    }
+    redraw = true;
+  } else if (&e == &m.LabelY && p == Prop::Text) {
+    card_step_ = val(e.text());
+    redraw = true;
+  } else if (&e == &m.LabelX && p == Prop::Text) {
+    redraw = true;
+  } else if (&e == &m.E(7) && p == Prop::Color && e.color() != palette::kLightRed) {
+    hole_done();
+    redraw = true;
+  } else if (&e == &m.Label_defautP && p == Prop::Text && running_ && e.text() == "Perforation terminée") {
+    summary_ =
+        "Perforation terminée en " + texte_duree(elapsed_ms()) + " - " + std::to_string(punched_count_) + " trous";
+    remaining_ = 0;
+    running_ = false;
+    // The count of files is taken down behind these words: more than one
+    // left means the next file of the chain starts at its own gauge reset.
+    chain_pending_ = c_.s.fichiers_restants > 1;
+    redraw = true;
+  }
+  // A pause or a fault: the run waits at the hole where it stands.
+  const bool now_paused = running_ && c_.s.etat_pause != 0;
+  if (now_paused != paused_) {
+    if (now_paused)
+      paused_at_ = now();
+    else
+      paused_ms_ += static_cast<double>(now() - paused_at_);
+    paused_ = now_paused;
+    redraw = true;
+  }
+  if (redraw && on_change) on_change();
+}
+
+void LiveRun::start() {
+  dirty_ = true;
+  layout();
+  running_ = true;
+  paused_ = false;
+  paused_ms_ = 0;
+  started_ = now();
+  summary_.clear();
+  remaining_ = brivel::remaining_ms(layout_.run_plan.total(), {}, 0, pace());
+  estimated_at_ = 0;
+}
+
+void LiveRun::hole_done() {
+  const RunState& s = c_.s;
+  if (!running_) return;
+  last_failed_ = !s.rep_A || s.rep_B || s.rep_C;
+  if (last_failed_) return;
+  const double x = val(c_.m.LabelX.text());
+  const int32_t step = s.compteur_Y;
+  auto [a, b] = layout_.holes_between(step, step);
+  for (size_t i = a; i < b; ++i) {
+    const PlannedHole& h = layout_.holes[i];
+    if (val(c_.m.Position(h.track).text()) != x) continue;
+    if (!punched_[i]) {
+      punched_[i] = 1;
+      ++punched_count_;
+    }
+    last_hole_ = i;
+    // The run's own order: the next planned hole after this one.
+    for (size_t j = run_index_; j < layout_.run_holes.size() && layout_.run_holes[j].step <= step; ++j)
+      if (layout_.run_holes[j].step == step && layout_.run_holes[j].track == h.track) run_index_ = j + 1;
+    return;
+  }
+}
+
+void LiveRun::row_done(int row) {
+  const auto& work = layout_.run_plan.work_from_row;
+  if (work.empty()) return;
+  // The gauge shows the last row done; 0 is also its value before the
+  // first row, and the first row's own work is small beside a piece.
+  const size_t next = row <= 0 ? 0 : std::min(static_cast<size_t>(row) + 1, work.size() - 1);
+  const MachineWork rest = work[next];
+  estimated_at_ = elapsed_ms();
+  remaining_ = brivel::remaining_ms(rest, layout_.run_plan.total() - rest, estimated_at_, pace());
+}
+
+}  // namespace brivel

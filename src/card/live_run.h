@@ -1,0 +1,78 @@
+// What the card view shows of a run under way, learnt by watching the
+// console: the punch lamp E(7) going out with the board's "A" is a hole
+// confirmed at the head's X and the card's Y; gauge1 says which row the run
+// has reached; etat_pause that it waits. It writes nothing into the console,
+// so the run is the same with or without it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "card/card_layout.h"
+#include "run/engine/remaining_time.h"
+
+namespace brivel {
+
+class LiveRun {
+ public:
+  explicit LiveRun(Context& c);
+  ~LiveRun();
+  LiveRun(const LiveRun&) = delete;
+  LiveRun& operator=(const LiveRun&) = delete;
+
+  // The card of the piece now open, laid out again after the list, the note
+  // table or the bounds changed.
+  const CardLayout& layout();
+
+  bool running() const { return running_; }
+  bool paused() const { return paused_; }
+  // Per hole of layout().holes: confirmed by the board in this run.
+  const std::vector<char>& punched() const { return punched_; }
+  int punched_count() const { return punched_count_; }
+  // Index into layout().holes of the hole the run punches next; during a
+  // pause or a fault, of the hole where it stands and that it punches again.
+  std::optional<size_t> next_hole() const;
+  std::optional<size_t> last_hole() const { return last_hole_; }
+  double head_x_mm() const;
+  double card_step() const { return card_step_; }
+  // Milliseconds of the run still to go, once the run is walking the list:
+  // the last estimate, counted down by the running time since it was made.
+  std::optional<double> remaining_ms() const;
+  // The run's running time so far, pauses left out, ms.
+  double elapsed_ms() const;
+  // After the end of a run: its time and its holes, for the status line.
+  const std::string& summary() const { return summary_; }
+
+  // Runs after each change worth a redraw.
+  std::function<void()> on_change;
+
+ private:
+  void changed(Element& e, Prop p);
+  void start();
+  void hole_done();
+  void row_done(int row);
+  MachinePace pace() const;
+  int32_t now() { return c_.p.tick_ms(); }
+
+  Context& c_;
+  int subscription_ = 0;
+  bool dirty_ = true;
+  CardLayout layout_;
+  bool running_ = false, paused_ = false, chain_pending_ = false;
+  std::vector<char> punched_;
+  int punched_count_ = 0;
+  size_t run_index_ = 0;  // holes of layout_.run_holes confirmed so far
+  std::optional<size_t> last_hole_;
+  bool last_failed_ = false;  // the last punch cycle got no "A"
+  double card_step_ = 0;
+  std::optional<double> remaining_;
+  double estimated_at_ = 0;  // elapsed_ms() when remaining_ was worked out
+  int32_t started_ = 0, paused_at_ = 0;
+  double paused_ms_ = 0;
+  std::string summary_;
+};
+
+}  // namespace brivel

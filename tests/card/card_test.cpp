@@ -1,0 +1,234 @@
+// The card drawn from a piece: its holes in the SVG, the PDF's pages, the
+// transposition table, and what the live view learns while a run punches.
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "card/card_export.h"
+#include "card/live_run.h"
+#include "support/punch_rig.h"
+
+namespace brivel::test {
+namespace {
+
+// A held note 60 (steps 74 to 107), a chord 62 + 64 (147 to 151) and a short
+// note 65 at 219, on the default console: 0.83 mm a step, punch 3 mm, X
+// steps of 0.21 mm, tracks 4.2 mm apart, first track 6.3 mm from the edge.
+const std::string kPiece = fichier_evenements(
+    {note_line(1000, 60, 500), note_line(2000, 62, 100), note_line(2000, 64, 100), note_line(3000, 65, 0)}, 3100);
+
+struct SvgRect {
+  double x, y, w, h;
+};
+
+std::vector<SvgRect> holes_in(const std::string& svg) {
+  std::vector<SvgRect> out;
+  static const std::regex re(
+      R"re(<rect class="trou" x="([-0-9.]+)" y="([-0-9.]+)" width="([0-9.]+)" height="([0-9.]+)"/>)re");
+  for (auto it = std::sregex_iterator(svg.begin(), svg.end(), re); it != std::sregex_iterator(); ++it)
+    out.push_back({std::stod((*it)[1]), std::stod((*it)[2]), std::stod((*it)[3]), std::stod((*it)[4])});
+  return out;
+}
+
+TEST(CardDrawing, SvgHolesInMillimetres) {
+  PunchRig r;
+  ASSERT_TRUE(r.load(kPiece));
+  const CardLayout l = lay_out_card(card_input(r.c));
+  const std::string svg = card_svg(l, whole_card(l));
+  // Widest track 490 X steps: 102.9 mm, plus the 6.3 mm of the edge.
+  EXPECT_NE(svg.find(R"(width="109.2mm")"), std::string::npos);
+  // 219 steps of 0.83 mm, the punch's 3 mm and 5 mm of margin.
+  EXPECT_NE(svg.find(R"(height="189.77mm")"), std::string::npos);
+  const auto holes = holes_in(svg);
+  ASSERT_EQ(holes.size(), 19u);
+  struct Case {
+    size_t i;
+    double x, y;  // left and top, mm
+  };
+  // Left: Position x 0.21 less half of the 2.1 mm hole. Top: step x 0.83.
+  const Case cases[] = {{0, 108 * 0.21 - 1.05, 74 * 0.83},   {1, 108 * 0.21 - 1.05, 77 * 0.83},
+                        {11, 108 * 0.21 - 1.05, 107 * 0.83}, {12, 125 * 0.21 - 1.05, 147 * 0.83},
+                        {14, 141 * 0.21 - 1.05, 150 * 0.83}, {18, 158 * 0.21 - 1.05, 219 * 0.83}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.i);
+    EXPECT_NEAR(holes[c.i].x, c.x, 1e-3);
+    EXPECT_NEAR(holes[c.i].y, c.y, 1e-3);
+    EXPECT_DOUBLE_EQ(holes[c.i].w, 2.1);
+    EXPECT_DOUBLE_EQ(holes[c.i].h, 3);
+  }
+  // A held note is a row of touching holes: 3 steps of 0.83 mm under a 3 mm
+  // punch overlap, so no card stands between them.
+  EXPECT_LE(holes[1].y, holes[0].y + holes[0].h);
+
+  // The bounds, 2 s to the end: 2000 ms over 13.83 ms a step is step 144,
+  // where the drawing starts; the chord's first holes are 3 steps below.
+  r.m.Deb_perf_sec.set_text("2");
+  const CardLayout b = lay_out_card(card_input(r.c));
+  const auto bounded = holes_in(card_svg(b, run_bounds(b)));
+  ASSERT_EQ(bounded.size(), 7u);
+  EXPECT_NEAR(bounded[0].y, 3 * 0.83, 1e-3);
+}
+
+TEST(CardDrawing, PdfPagesOfALongPiece) {
+  // A note every 10 steps over 100 000 steps: 83 km... of card at 0.83 mm a
+  // step is 83 m, one column of A4 tiles of 277 mm.
+  CardInput in;
+  for (int s = 10; s <= 100000; s += 10) {
+    char b[64];
+    std::snprintf(b, sizeof b, "%07d 00060 NOTE %07d", s, s);
+    in.plan.rows.push_back(b);
+    std::snprintf(b, sizeof b, "%07d 00060 NTOF ", s);
+    in.plan.rows.push_back(b);
+  }
+  in.plan.notes = {60, 62};
+  in.plan.positions = {30, 50};
+  const CardLayout l = lay_out_card(in);
+  struct Case {
+    const char* name;
+    CardRange range;
+    int pages;
+  };
+  const Case cases[] = {
+      // 83 000 mm + 3 + 5 over 277 mm a page.
+      {"whole card", whole_card(l), 300},
+      // 1000 steps from 0: 830 + 8 mm.
+      {"first 1000 steps", {0, 1000}, 4},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string pdf = card_pdf(l, c.range);
+    EXPECT_EQ(card_pdf_pages(l, c.range), c.pages);
+    EXPECT_NE(pdf.find("/Count " + std::to_string(c.pages) + " >>"), std::string::npos);
+    size_t n = 0;
+    for (size_t at = pdf.find("/Type /Page /Parent"); at != std::string::npos;
+         at = pdf.find("/Type /Page /Parent", at + 1))
+      ++n;
+    EXPECT_EQ(n, static_cast<size_t>(c.pages));
+    EXPECT_NE(pdf.find("(Page " + std::to_string(c.pages) + " / " + std::to_string(c.pages)), std::string::npos);
+    EXPECT_EQ(pdf.substr(pdf.size() - 6), "%%EOF\n");
+  }
+  // A card wider than the paper takes two columns.
+  in.plan.positions = {30, 1000};  // 210 mm
+  const CardLayout wide = lay_out_card(in);
+  EXPECT_EQ(card_pdf_pages(wide, {0, 1000}), 8);
+}
+
+TEST(CardDrawing, TranspositionTable) {
+  const std::vector<int> scale = {60, 62, 64, 65, 67};
+  const std::vector<int> piece = {60, 62, 64, 65, 66};
+  const auto table = transpositions(piece, scale);
+  ASSERT_EQ(table.size(), 25u);
+  const std::pair<int, int> cases[] = {{-12, 5}, {-2, 2}, {-1, 3}, {0, 1}, {1, 3}, {2, 2}, {12, 5}};
+  for (auto [shift, outside] : cases) {
+    EXPECT_EQ(table[shift + 12].shift, shift);
+    EXPECT_EQ(table[shift + 12].outside, outside) << shift;
+  }
+  const auto best = best_transpositions(table, 3);
+  ASSERT_EQ(best.size(), 3u);
+  EXPECT_EQ(best[0].shift, 0);
+  EXPECT_EQ(std::abs(best[1].shift), 2);
+  EXPECT_EQ(std::abs(best[2].shift), 2);
+}
+
+TEST(CardDrawing, NotesOutsideTheScaleAreListed) {
+  PunchRig r;
+  ASSERT_TRUE(
+      r.load(fichier_evenements({note_line(1000, 60, 100), note_line(1500, 99, 100), note_line(2000, 99, 100)}, 2500)));
+  const CardLayout l = lay_out_card(card_input(r.c));
+  EXPECT_EQ(l.outside, (std::map<int, int>{{99, 2}}));
+}
+
+struct Seen {
+  int punched = 0;
+  std::optional<size_t> next, last;
+  double head_x = 0, card_step = 0;
+  std::optional<double> remaining;
+  bool paused = false;
+};
+
+Seen seen(LiveRun& live) {
+  return {live.punched_count(), live.next_hole(),    live.last_hole(), live.head_x_mm(),
+          live.card_step(),     live.remaining_ms(), live.paused()};
+}
+
+TEST(LiveRun, FollowsTheHolesOfARun) {
+  PunchRig r;
+  ASSERT_TRUE(r.load(kPiece));
+  LiveRun live(r.c);
+  std::vector<Seen> at;  // the state when hole 3 and hole 13 are confirmed
+  std::vector<double> remaining;
+  live.on_change = [&] {
+    if (live.remaining_ms()) remaining.push_back(*live.remaining_ms());
+    const int n = live.punched_count();
+    if ((n == 3 || n == 13) && (at.empty() || at.back().punched != n)) at.push_back(seen(live));
+  };
+  r.punch();
+  ASSERT_EQ(at.size(), 2u);
+  // Three holes of note 60 at 74, 77, 80: the head on its track (108 X
+  // steps), the card at 80, the next hole the fourth.
+  EXPECT_EQ(at[0].last, 2u);
+  EXPECT_EQ(at[0].next, 3u);
+  EXPECT_NEAR(at[0].head_x, 108 * 0.21, 1e-9);
+  EXPECT_EQ(at[0].card_step, 80);
+  // The thirteenth is the first of the chord, upwards: 62 then 64.
+  EXPECT_EQ(at[1].last, 12u);
+  EXPECT_EQ(at[1].next, 13u);
+  EXPECT_NEAR(at[1].head_x, 125 * 0.21, 1e-9);
+  EXPECT_FALSE(live.running());
+  EXPECT_EQ(live.punched_count(), 19);
+  EXPECT_EQ(std::count(live.punched().begin(), live.punched().end(), 1), 19);
+  EXPECT_FALSE(live.next_hole());
+  EXPECT_EQ(live.remaining_ms(), 0.0);
+  EXPECT_EQ(live.summary().rfind("Perforation terminée en ", 0), 0u) << live.summary();
+  EXPECT_NE(live.summary().find(" - 19 trous"), std::string::npos);
+  ASSERT_GT(remaining.size(), 10u);
+  EXPECT_GT(remaining.front(), 0);
+}
+
+TEST(LiveRun, RemainingTimeOnTheRealisticBoard) {
+  // The board takes the step durations it was sent; what the line adds is
+  // learnt from the pace. Each estimate is held against the time the run
+  // really took from there.
+  BoardOptions realistic;
+  realistic.instant = false;
+  PunchRig r(realistic);
+  ASSERT_TRUE(r.load(kPiece));
+  LiveRun live(r.c);
+  std::vector<std::pair<int64_t, double>> estimates;  // (virtual ms, estimate)
+  live.on_change = [&] {
+    if (live.running() && live.remaining_ms() && live.elapsed_ms() > 0)
+      estimates.push_back({r.p.now(), *live.remaining_ms()});
+  };
+  r.punch();
+  const int64_t end = r.p.now();
+  ASSERT_GT(estimates.size(), 20u);
+  const double total = static_cast<double>(end - estimates.front().first);
+  // From the first hole on, within 3 % of the run's time.
+  for (auto [at, estimate] : estimates) {
+    if (at - estimates.front().first < 200) continue;
+    EXPECT_NEAR(estimate, static_cast<double>(end - at), 0.03 * total) << "at " << at;
+  }
+}
+
+TEST(LiveRun, AFaultHoldsTheMarkOnItsHole) {
+  // The fifth punch cycle fails: the run waits at that hole, which is not
+  // confirmed; after "Continuer" it is punched once more and counted.
+  PunchRig r(fault_script("C CZ 5"));
+  ASSERT_TRUE(r.load(kPiece));
+  LiveRun live(r.c);
+  std::optional<Seen> in_fault;
+  live.on_change = [&] {
+    if (live.paused()) in_fault = seen(live);
+  };
+  r.continue_after(2000);
+  r.punch();
+  ASSERT_TRUE(in_fault);
+  EXPECT_EQ(in_fault->punched, 4);
+  EXPECT_EQ(in_fault->next, 4u) << "the failed hole stands marked";
+  EXPECT_EQ(live.punched_count(), 19);
+  // The two seconds of the fault are left out of the running time.
+  EXPECT_FALSE(live.paused());
+}
+
+}  // namespace
+}  // namespace brivel::test
