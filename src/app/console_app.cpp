@@ -8,6 +8,7 @@
 #include "import/import.h"
 #include "link/link.h"
 #include "persistence/files/context_file.h"
+#include "persistence/persistence.h"
 #include "run/engine/run_engine.h"
 #include "run/motion/motion.h"
 #include "run/origin/origin.h"
@@ -28,6 +29,7 @@ ConsoleApp::ConsoleApp(Platform& platform, ConsoleOptions options) : p(platform)
   install_manual_control(c);
   install_origin(c);
   install_run(c);
+  install_persistence(c);
   m.quitter.handler = [this] { quitter_Click(); };
   m.Sauve_contexte.handler = [this] { Sauve_contexte_Click(c); };
   m.nb_trou.handler = [this] {

@@ -91,6 +91,20 @@ struct RunState {
   std::array<std::string, 128> noms_notes;
   int16_t midi_erreur_code = 0;
   std::string midi_erreur_texte;
+
+  // --- The card's place, for a resume after a crash -----------------------------
+  // A run's Y move whose frame went out and whose reply has not come: from
+  // and to, in steps of the event list. The automatic context carries it, so
+  // that a restore after a crash knows the card may or may not have moved.
+  struct AvanceY {
+    int32_t depuis = 0;
+    int32_t vers = 0;
+  };
+  std::optional<AvanceY> avance_Y_en_cours;
+  // Where the card really stands, in steps of the event list, when a
+  // restored run begins: set by the restore, taken up by the run at its
+  // first step in bounds.
+  std::optional<int32_t> y_reprise;
 };
 
 }  // namespace brivel

@@ -55,8 +55,8 @@ TEST(ContextText, NoteStatesByColourAndTheirEndSteps) {
   d.m.Note(3).set_color(palette::kLightGreen);
   d.m.Note(4).set_color(palette::kWhite);
   d.m.Note(4).set_tooltip("x");
-  EXPECT_EQ(lignes_contexte(d.m, d.s),
-            (std::vector<std::string>{"", "1234", "987", "12", " 107", "13", "", "ndef", "", "15", "x", "", " 0", " 0"}));
+  EXPECT_EQ(lignes_contexte(d.m, d.s), (std::vector<std::string>{"", "1234", "987", "12", " 107", "13", "", "ndef", "",
+                                                                 "15", "x", "", " 0", " 0"}));
 }
 
 TEST(ContextFile, BytesAreWindows1252WithCrLfAndAFinalEmptyLine) {
@@ -71,7 +71,8 @@ TEST(ContextFile, AutomaticSaveWritesAndRefreshesTheList) {
   { std::ofstream(d.home + "Orgue été.set") << "x"; }
   { std::ofstream(d.home + "Perfo_en_cours.sav") << "an older context, longer than the new one..............."; }
   ASSERT_TRUE(sauve_contexte_auto(d.c));
-  EXPECT_EQ(d.read_file("Perfo_en_cours.sav"), "Orgue \xE9t\xE9.set\r\n0\r\n0\r\n15\r\n\r\n15\r\n\r\n\r\n 0\r\n 0\r\n\r\n");
+  EXPECT_EQ(d.read_file("Perfo_en_cours.sav"),
+            "Orgue \xE9t\xE9.set\r\n0\r\n0\r\n15\r\n\r\n15\r\n\r\n\r\n 0\r\n 0\r\n\r\n");
   EXPECT_FALSE(std::filesystem::exists(d.home + "Perfo_en_cours.sav.tmp"));
   ASSERT_EQ(d.m.File1.count(), 1);
   EXPECT_EQ(d.m.File1.row(0), "Orgue été.set");
@@ -115,7 +116,8 @@ TEST(SaveMenu, FailedWriteIsToldOnTheServiceLine) {
   SimDesk d;
   d.p.sim_dialogs().save_answers.push_back(d.home + "nowhere/x.sav");
   d.m.Sauve_contexte.click();
-  EXPECT_EQ(d.m.Label_defautP.text(), "Contexte non sauvegardé : impossible d'écrire le fichier " + d.home + "nowhere/x.sav");
+  EXPECT_EQ(d.m.Label_defautP.text(),
+            "Contexte non sauvegardé : impossible d'écrire le fichier " + d.home + "nowhere/x.sav");
   EXPECT_FALSE(d.p.busy());
 }
 

@@ -1,7 +1,9 @@
 #include "persistence/files/parameter_file.h"
 
+#include "console/model.h"
 #include "core/cp1252.h"
 #include "core/numbers.h"
+#include "core/run_state.h"
 
 namespace brivel {
 
@@ -11,9 +13,9 @@ std::vector<LigneParam> construit_table() {
   using F = FormeParam;
   std::vector<LigneParam> t;
   auto add = [&t](std::string champ, F f) { t.push_back({static_cast<int>(t.size()) + 1, std::move(champ), f}); };
-  for (const char* c : {"Text3", "Text5", "Text6", "ReferenceX", "VitesseX", "VitesseY", "MaxZ", "TempoZ",
-                        "Text_origineX", "nb_PasX", "nb_PasY", "PasmotY", "NbpasY", "vitesse", "Poincon",
-                        "AdressePort", "NBTouches"})
+  for (const char* c :
+       {"Text3", "Text5", "Text6", "ReferenceX", "VitesseX", "VitesseY", "MaxZ", "TempoZ", "Text_origineX", "nb_PasX",
+        "nb_PasY", "PasmotY", "NbpasY", "vitesse", "Poincon", "AdressePort", "NBTouches"})
     add(c, F::Texte);
   add("NBTouches", F::Ignore);  // 18: the count a second time
   add("Text11", F::Texte);
@@ -23,25 +25,25 @@ std::vector<LigneParam> construit_table() {
     add("Note(" + std::to_string(k) + ")", F::Texte);
     add("Position(" + std::to_string(k) + ")", F::Texte);
   }
-  add("Demipas", F::Nombre);       // 132
-  add("reserve_set", F::Nombre32); // 133
-  add("PontY", F::Texte);          // 134
-  for (int k = 56; k <= 63; ++k) { // 135 to 150
+  add("Demipas", F::Nombre);        // 132
+  add("reserve_set", F::Nombre32);  // 133
+  add("PontY", F::Texte);           // 134
+  for (int k = 56; k <= 63; ++k) {  // 135 to 150
     add("Note(" + std::to_string(k) + ")", F::Texte);
     add("Position(" + std::to_string(k) + ")", F::Texte);
   }
-  add("Check1", F::Ignore);        // 151
+  add("Check1", F::Ignore);  // 151
   add("Check2", F::Nombre);
   add("Check3", F::Nombre);
   add("Check4", F::Nombre);
-  add("Text16", F::Texte);         // 155
+  add("Text16", F::Texte);  // 155
   add("Check5", F::Nombre);
-  add("Text17", F::Texte);         // 157
+  add("Text17", F::Texte);  // 157
   add("Check6", F::Nombre);
   add("Dist_cartons", F::Texte);
   add("valid_pwm", F::NombreStrict);  // 160
   add("dcycle_pwm", F::Texte);
-  add("Check1", F::Nombre);           // 162
+  add("Check1", F::Nombre);  // 162
   return t;
 }
 
@@ -90,6 +92,25 @@ LectureParametres lit_fichier_parametres(std::string_view octets) {
   }
   r.complet = true;
   return r;
+}
+
+std::vector<std::string> lignes_parametres(const Model& m, const RunState& s) {
+  // Model::find is the one road by name; it does not change the model.
+  Model& champs = const_cast<Model&>(m);
+  std::vector<std::string> lignes;
+  lignes.reserve(table_fichier_parametres().size());
+  for (const LigneParam& lp : table_fichier_parametres()) {
+    if (lp.champ == "reserve_set") {
+      lignes.push_back(str_num(s.reserve_set));
+      continue;
+    }
+    const Element& e = champs.get(lp.champ);
+    // The dropped lines are written as their field's twin: line 18 is
+    // NBTouches as text, line 151 Check1 as a number.
+    const bool nombre = e.kind() == Kind::CheckBox;
+    lignes.push_back(nombre ? str_num(e.value()) : e.text());
+  }
+  return lignes;
 }
 
 }  // namespace brivel

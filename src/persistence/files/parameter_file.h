@@ -1,7 +1,8 @@
-// Reading a parameter file (.set): one value per line, no keys, a line's
-// meaning is its number. Windows-1252 on disk, CR LF line ends. This is the
-// pure reading kernel: bytes in, the assignments in file order out; who
-// applies them to the console decides what each one sets off.
+// The parameter file (.set): one value per line, no keys, a line's meaning
+// is its number. Windows-1252 on disk, CR LF line ends. These are the pure
+// kernels: the fields to the 162 lines, and bytes back to the assignments in
+// file order; who applies them to the console decides what each one sets
+// off.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +11,9 @@
 #include <vector>
 
 namespace brivel {
+
+class Model;
+struct RunState;
 
 enum class FormeParam {
   Texte,         // T: the line is the field's text, verbatim
@@ -45,5 +49,11 @@ struct LectureParametres {
 
 // Text17 (line 157) that comes out empty is given "6".
 LectureParametres lit_fichier_parametres(std::string_view octets);
+
+// The 162 lines of the fields as they stand (UTF-8, no line ends): text
+// fields verbatim, numbers in the number form (" 1", "-1"). Line 18 repeats
+// NBTouches, line 151 repeats Check1; all 63 note entries are written,
+// whatever NBTouches says. texte_fichier() adds the closing empty line.
+std::vector<std::string> lignes_parametres(const Model& m, const RunState& s);
 
 }  // namespace brivel

@@ -3,6 +3,8 @@
 // one further line end, so that a file ends with an empty line.
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,9 +14,14 @@ namespace brivel {
 // one more CR LF.
 std::string texte_fichier(const std::vector<std::string>& lines);
 
-// Writes `bytes` to `path` through a temporary file beside it and a rename,
-// so that a reader never finds half a file and an old file survives a failed
-// write. False on any failure; the old file is then left as it was.
+// Writes `bytes` to `path` through a temporary file beside it, flushed to
+// the disk, and a rename, so that a reader never finds half a file, an old
+// file survives a failed write, and a power cut leaves one or the other
+// whole. False on any failure; the old file is then left as it was.
 bool ecrit_fichier_atomique(const std::string& path, const std::string& bytes);
+
+// The bytes of a regular file of at most `max_bytes`; empty when it is
+// missing, no regular file, unreadable or bigger.
+std::optional<std::string> lit_fichier_octets(const std::string& path, std::size_t max_bytes = 1 << 20);
 
 }  // namespace brivel

@@ -1,10 +1,12 @@
 #include "run/engine/run_engine.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/numbers.h"
 #include "geometry/geometry.h"
 #include "import/ouvre_midi.h"
+#include "persistence/files/context_file.h"
 #include "run/engine/deferred.h"
 #include "run/engine/ligne_run.h"
 #include "run/engine/pause.h"
@@ -81,18 +83,49 @@ void balayage(Context& c, Run& run, double p, bool pasy) {
   }
 }
 
+// One Y move of the run, with the card's place kept on disk: the move is
+// marked in the automatic context before its frame goes out (a crash in the
+// move leaves a context that says the card may have moved), and once the
+// board has answered "A" the context is written again with the new place.
+// A move that failed keeps the context its fault wrote, mark included.
+void deplace_Y_suivi(Context& c) {
+  RunState& s = c.s;
+  const double vers = s.compteur_Y + val(c.m.nb_PasY.text());
+  s.avance_Y_en_cours = RunState::AvanceY{s.compteur_Y, clng_borne(vers)};
+  ecrit_contexte_auto(c);
+  s.rep_A = false;  // a frame refused before the line leaves no stale "A"
+  deplace_Y(c);
+  const bool faite = s.rep_A && !s.rep_B;
+  s.avance_Y_en_cours.reset();
+  if (faite) ecrit_contexte_auto(c);
+}
+
 // The card to position p: moved in bounds, only counted before the start
 // bound and while a restored run hasn't punched yet.
 void pas_Y(Context& c, const Run& run, double p) {
   Model& m = c.m;
   RunState& s = c.s;
+  // A restored run, at its first step in bounds: the card stands where the
+  // context left it, not where counting the steps ahead of it has brought
+  // compteur_Y. The count is taken up from the card, LabelY shows it (a
+  // pause or fault before the first real move saves that place, not the
+  // display's old value), and from this step on the card is moved: a step
+  // with nothing to punch must not leave every later one counted only.
+  const bool calage = s.reprise_sans_avance && s.y_reprise && run.dans_bornes(p);
+  if (calage) {
+    s.compteur_Y = *s.y_reprise;
+    s.y_reprise.reset();
+    m.LabelY.set_text(str_plain(s.compteur_Y));
+    s.reprise_sans_avance = p == s.compteur_Y;
+  }
   const double delta = p - s.compteur_Y;
   m.Text4.set_text(str_num(delta));
   m.nb_PasY.set_text(str_num(delta));
   if (run.dans_bornes(p) && !s.reprise_sans_avance)
-    deplace_Y(c);
+    deplace_Y_suivi(c);
   else
     s.compteur_Y = clng_borne(s.compteur_Y + delta);
+  if (calage) s.reprise_sans_avance = false;
 }
 
 void ligne_pasy(Context& c, Run& run, double p) {
@@ -151,6 +184,10 @@ bool bornes(Context& c, Run& run) {
   // the whole seconds that the fields show.
   m.Text8.set_text(str_plain(s.fin_saisie ? fin_champs : s.reste_fin_ms + fin_champs));
   run.debut = std::floor(val(m.Text7.text()) / s.ms_par_pas);
+  // A restored run whose Text7 gives back the step before the card's place
+  // would punch that step's holes with the card one step on, and every later
+  // hole one step off: it starts where the card stands.
+  if (s.reprise_sans_avance && s.y_reprise) run.debut = std::max(run.debut, static_cast<double>(*s.y_reprise));
   run.fin = round_half_even(val(m.Text8.text()) / s.ms_par_pas);
   const double total = round_half_even(s.duree_ms / s.ms_par_pas);
   const char* erreur = nullptr;

@@ -1,0 +1,83 @@
+#include "console/file_list.h"
+#include "geometry/note_names.h"
+#include "link/connection.h"
+#include "link/param_push.h"
+#include "persistence/files/parameter_file.h"
+#include "persistence/files/text_file.h"
+#include "persistence/persistence.h"
+
+namespace brivel {
+
+namespace {
+// Bigger than any parameter file by far (163 short lines); a file of
+// another kind is read like one, but not a whole disk image.
+constexpr std::size_t kTailleMaxSet = 1 << 20;
+}  // namespace
+
+bool charge_parametres(Context& c) {
+  Model& m = c.m;
+  RunState& s = c.s;
+  s.mesure_origine = 0;
+  if (!s.reprise_contexte) s.nom_fichier_set = m.File1.selected() >= 0 ? m.File1.row(m.File1.selected()) : "";
+  const std::string nom = s.nom_fichier_set;
+  if (nom.empty()) return false;
+  const std::string chemin = s.dossier_appli + nom;
+  auto octets = lit_fichier_octets(chemin, kTailleMaxSet);
+  if (!octets) {
+    m.Label_defautP.set_text("Fichier de paramètres illisible : " + chemin);
+    return false;
+  }
+  // Each value lands in its field in the order of the lines, and each
+  // change runs what the field runs: frames to the board, the port, the
+  // reminder box that the load waits for.
+  const LectureParametres lecture = lit_fichier_parametres(*octets);
+  for (const AffectationParam& a : lecture.affectations) {
+    if (a.champ == "reserve_set") {
+      s.reserve_set = a.nombre;
+    } else if (a.forme == FormeParam::Texte) {
+      if (a.champ == "AdressePort" && c.p.serial().is_open()) continue;
+      m.get(a.champ).set_text(a.texte);
+    } else {
+      m.get(a.champ).set_value(a.nombre);
+    }
+  }
+  if (lecture.complet && m.valid_pwm.value() == 0) {
+    m.dcycle_pwm.set_enabled(false);
+    m.dcycle_pwm.set_color(palette::kMenu);
+  }
+  // A file that stops short still counts as loaded.
+  m.Ouvre_midi.set_enabled(true);
+  charge_noms_notes(c);
+  m.Label_defautP.set_text(s.reprise_contexte ? "Ouverture d'un fichier Midi" : "Ouvrir un fichier Midi");
+  m.Avance.set_enabled(true);
+  ouvre_port(c);
+  if (c.p.serial().is_open()) param_arduino(c);
+  return true;
+}
+
+void File1_Click(Context& c) { charge_parametres(c); }
+
+void Sauve_param_Click(Context& c) {
+  FileDialogRequest req;
+  req.filter = "Fichiers (*.set)|*.set|Tous (*.*)|*.*|";
+  req.filter_index = 1;
+  req.overwrite_prompt = true;
+  req.start_name = c.s.dossier_appli + c.s.nom_fichier_set;
+  const std::string chemin = c.p.dialogs().save_file(req);
+  if (!chemin.empty()) {
+    c.p.set_busy(true);
+    if (!ecrit_fichier_atomique(chemin, texte_fichier(lignes_parametres(c.m, c.s))))
+      c.m.Label_defautP.set_text("Paramètres non sauvegardés : impossible d'écrire le fichier " + chemin);
+  }
+  c.p.set_busy(false);
+  refresh_File1(c);
+}
+
+void install_persistence(Context& c) {
+  Model& m = c.m;
+  m.File1.handler = [&c] { File1_Click(c); };
+  m.Sauve_param.handler = [&c] { Sauve_param_Click(c); };
+  m.Restitue_contexte.handler = [&c] { Restitue_contexte_Click(c); };
+}
+
+}  // namespace brivel

@@ -1,0 +1,197 @@
+// The parameter file through the console: Sauver Paramètres writes the 162
+// lines and the empty one, a click in File1 puts them back, with what each
+// field sets off on the way.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "console/file_list.h"
+#include "core/cp1252.h"
+#include "persistence/files/parameter_file.h"
+#include "persistence/files/text_file.h"
+#include "persistence/persistence.h"
+#include "support/sim_console.h"
+
+namespace brivel::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// Saves the desk's fields as `name` through the menu and returns the file's lines.
+Lines save(SimDesk& d, const std::string& name) {
+  d.p.sim_dialogs().save_answers.push_back(d.home + name);
+  d.m.Sauve_param.click();
+  return split_cp1252_lines(d.read_file(name));
+}
+
+void write(SimDesk& d, const std::string& name, const Lines& lines) {
+  std::ofstream(d.home + name, std::ios::binary) << texte_fichier(lines);
+}
+
+void pick(SimDesk& d, const std::string& name) {
+  d.m.File1.set_selected(-1);
+  for (int i = 0; i < d.m.File1.count(); ++i)
+    if (d.m.File1.row(i) == name) d.m.File1.set_selected(i);
+  d.m.File1.click();
+}
+
+TEST(ParameterRoundTrip, SavedAndLoadedGivesTheSameFields) {
+  SimDesk a;
+  a.m.NBTouches.set_text("5");
+  a.m.Note(40).set_text("77");
+  a.m.Position(63).set_text("1234");
+  a.m.Text12.set_text("0,21");  // as typed, comma included
+  a.m.Text3.set_text("Orgue à 20 notes");
+  a.m.Check3.set_value(2);
+  a.m.Demipas.set_value(0);
+  a.s.reserve_set = -1;
+  const Lines first = save(a, "orgue.set");
+  ASSERT_EQ(first.size(), 163u);  // 162 lines and the empty one
+  EXPECT_EQ(first.back(), "");
+  EXPECT_EQ(a.read_file("orgue.set").substr(0, 18), "Orgue \xE0 20 notes\r\n");  // Windows-1252, CR LF
+  struct {
+    int line;
+    std::string text;
+  } expected[] = {{1, "Orgue à 20 notes"}, {17, "5"},  {18, "5"}, {20, "0,21"}, {100, "77"}, {132, " 0"}, {133, "-1"},
+                  {150, "1234"},           {153, " 2"}};
+  for (const auto& e : expected) EXPECT_EQ(first[static_cast<size_t>(e.line - 1)], e.text) << e.line;
+  a.s.reserve_set = 12;
+  EXPECT_EQ(save(a, "orgue.set")[132], " 12");
+
+  SimDesk b;  // the port is closed: AdressePort comes back too
+  a.m.AdressePort.set_text("9");
+  write(b, "orgue.set", save(a, "orgue.set"));
+  b.m.File1.click();  // no entry picked: nothing
+  EXPECT_EQ(b.s.nom_fichier_set, "");
+  refresh_File1(b.c);
+  pick(b, "orgue.set");
+  EXPECT_EQ(b.s.nom_fichier_set, "orgue.set");
+  EXPECT_EQ(lignes_parametres(b.m, b.s), lignes_parametres(a.m, a.s));
+  EXPECT_EQ(b.m.Check3.value(), 2);
+  EXPECT_EQ(b.m.Note(40).text(), "77");  // entries above NBTouches kept
+  EXPECT_TRUE(b.m.Ouvre_midi.enabled());
+  EXPECT_TRUE(b.m.Avance.enabled());
+  EXPECT_EQ(b.m.Label_defautP.text(), "Ouvrir un fichier Midi");
+}
+
+TEST(ParameterLoad, LinesThatCountAndShortFiles) {
+  SimDesk a;
+  Lines full = save(a, "x.set");
+  full.pop_back();
+  struct Case {
+    const char* what;
+    std::vector<std::pair<int, std::string>> changes;
+    int keep_lines;  // the file stops after this line, then its empty line
+    std::string NBTouches, Check1, Text17, Dist_cartons;
+    bool dcycle_enabled;
+  } cases[] = {
+      {"line 17 beats 18, 162 beats 151",
+       {{17, "12"}, {18, "40"}, {151, " 1"}, {162, " 0"}},
+       162,
+       "12",
+       "0",
+       "6",
+       "300",
+       false},
+      {"an empty Text17 in a full file", {{157, ""}, {159, "250"}, {160, " 0"}}, 162, "29", "0", "6", "250", false},
+      {"156 lines: Text17 6, the rest as it was",
+       {{155, "4"}, {158, " 1"}, {159, "111"}},
+       156,
+       "29",
+       "1",
+       "6",
+       "77",
+       true},
+      {"a line 160 that is no number ends the file there",
+       {{160, "oui"}, {161, "99"}},
+       162,
+       "29",
+       "1",
+       "6",
+       "300",
+       true},
+  };
+  for (const auto& c : cases) {
+    SimDesk d;
+    // What the fields held before the load, for the lines a short file lacks.
+    d.m.Check1.set_value(1);
+    d.m.Text17.set_text("9");
+    d.m.Dist_cartons.set_text(c.keep_lines < 162 ? "77" : "5");
+    Lines f = full;
+    for (const auto& [line, text] : c.changes) f[static_cast<size_t>(line - 1)] = text;
+    f.resize(static_cast<size_t>(c.keep_lines));
+    write(d, "x.set", f);
+    refresh_File1(d.c);
+    d.p.sim_dialogs().box_answers.push_back(BoxAnswer::Ok);
+    pick(d, "x.set");
+    EXPECT_EQ(d.m.NBTouches.text(), c.NBTouches) << c.what;
+    EXPECT_EQ(std::to_string(d.m.Check1.value()), c.Check1) << c.what;
+    EXPECT_EQ(d.m.Text17.text(), c.Text17) << c.what;
+    EXPECT_EQ(d.m.Dist_cartons.text(), c.Dist_cartons) << c.what;
+    EXPECT_EQ(d.m.dcycle_pwm.enabled(), c.dcycle_enabled) << c.what;
+    EXPECT_TRUE(d.m.Ouvre_midi.enabled()) << c.what;
+  }
+}
+
+TEST(ParameterLoad, Check6RemindsOfTheHeelAndTheLoadWaitsForIt) {
+  SimDesk d;
+  Lines f = save(d, "x.set");
+  f.pop_back();
+  f[157] = " 1";
+  write(d, "x.set", f);
+  refresh_File1(d.c);
+  d.p.sim_dialogs().box_answers.push_back(BoxAnswer::Ok);
+  pick(d, "x.set");
+  EXPECT_EQ(d.p.sim_dialogs().boxes, (Lines{"Penser à vérifier la valeur du talon"}));
+}
+
+TEST(ParameterLoad, WithAContextRestoredTheContextsFileIsLoaded) {
+  SimDesk d;
+  d.m.vitesse.set_text("41");
+  save(d, "ctx.set");
+  d.m.vitesse.set_text("42");
+  save(d, "other.set");
+  refresh_File1(d.c);
+  d.s.reprise_contexte = true;
+  d.s.nom_fichier_set = "ctx.set";
+  pick(d, "other.set");
+  EXPECT_EQ(d.m.vitesse.text(), "41");
+  EXPECT_EQ(d.s.nom_fichier_set, "ctx.set");
+  EXPECT_EQ(d.m.Label_defautP.text(), "Ouverture d'un fichier Midi");
+}
+
+TEST(ParameterLoad, MissingFileIsSaidAndNothingIsLoaded) {
+  SimDesk d;
+  d.m.File1.set_rows({"parti.set"});
+  d.m.File1.set_selected(0);
+  d.m.File1.click();
+  EXPECT_EQ(d.m.Label_defautP.text(), "Fichier de paramètres illisible : " + d.home + "parti.set");
+  EXPECT_FALSE(d.m.Ouvre_midi.enabled());
+}
+
+TEST(ParameterLoad, MotorPageShowingSendsTheFramesInLineOrderThenTheBurst) {
+  SimConsole d;
+  ASSERT_TRUE(d.connect(10));
+  Lines f = save(d, "x.set");
+  f.pop_back();
+  f[4] = "300";   // VitesseX
+  f[5] = "400";   // VitesseY
+  f[6] = "21";    // MaxZ
+  f[7] = "22";    // TempoZ
+  f[8] = "33";    // Text_origineX
+  f[160] = "44";  // dcycle_pwm
+  write(d, "x.set", f);
+  refresh_File1(d.c);
+  d.m.fenetre_moteurs.click();
+  const auto from = d.mark();
+  pick(d, "x.set");
+  const Lines frames = d.frame_bytes(from);
+  ASSERT_GE(frames.size(), 6u);
+  EXPECT_EQ(Lines(frames.begin(), frames.begin() + 5),
+            (Lines{"PX00300\n", "PY00400\n", "MZ00021\n", "IZ00022\n", "OX00033\n"}));
+  // Then the burst of param_arduino, which begins with NUxxxxx.
+  EXPECT_NE(std::find(frames.begin() + 5, frames.end(), "NUxxxxx\n"), frames.end());
+}
+
+}  // namespace
+}  // namespace brivel::test
