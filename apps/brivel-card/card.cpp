@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "app/console_app.h"
+#include "card/card_export.h"
 #include "command_line.h"
 #include "geometry/note_names.h"
 #include "import/fichier_midi.h"
@@ -25,19 +26,25 @@ namespace fs = std::filesystem;
 
 constexpr const char* kProgramme = "brivel-card";
 constexpr const char* kUsage =
-    "Usage : brivel-card [--set FICHIER.set] [--events SORTIE] [--rows SORTIE] MORCEAU.mid\n"
+    "Usage : brivel-card [--set FICHIER.set] [--events SORTIE] [--rows SORTIE] [--svg SORTIE.svg]\n"
+    "                    [--pdf SORTIE.pdf] [--transpositions] MORCEAU.mid\n"
     "  --set FICHIER.set  l'instrument et la machine d'un fichier de paramètres (sinon les valeurs par défaut)\n"
     "  --events SORTIE    écrit le fichier d'évènements texte du morceau\n"
     "  --rows SORTIE      écrit la liste des évènements, une ligne chacun\n"
+    "  --svg SORTIE.svg   dessine le carton entier à l'échelle 1:1\n"
+    "  --pdf SORTIE.pdf   le même sur des pages A4, avec repères et numéros de page\n"
+    "  --transpositions   imprime, de -12 à +12 demi-tons, les notes qui sortiraient de la gamme\n"
     "  --help, --version\n"
-    "Imprime une ligne JSON. Sortie 0 : morceau importé ; 1 : morceau impossible à importer ;\n"
+    "Imprime une ligne JSON, après la table des transpositions si elle est demandée. Sortie 0 : morceau importé ; 1 : "
+    "morceau impossible à importer ;\n"
     "2 : arguments refusés ; 3 : écriture d'un fichier de sortie impossible.\n";
 
 // A parameter file is a few kilobytes of text.
 constexpr int64_t kTailleMaxSet = 1024 * 1024;
 
 struct Options {
-  std::string set, events, rows, piece;
+  std::string set, events, rows, svg, pdf, piece;
+  bool transpositions = false;
 };
 
 // The options, or why the line is refused.
@@ -45,8 +52,15 @@ std::variant<Options, std::string> lit_options(const std::vector<std::string>& a
   Options o;
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
-    std::string* cible = a == "--set" ? &o.set : a == "--events" ? &o.events : a == "--rows" ? &o.rows : nullptr;
-    if (cible) {
+    std::string* cible = a == "--set"      ? &o.set
+                         : a == "--events" ? &o.events
+                         : a == "--rows"   ? &o.rows
+                         : a == "--svg"    ? &o.svg
+                         : a == "--pdf"    ? &o.pdf
+                                           : nullptr;
+    if (a == "--transpositions") {
+      o.transpositions = true;
+    } else if (cible) {
       if (i + 1 >= args.size() || args[i + 1].empty()) return "l'option " + a + " attend un chemin";
       *cible = args[++i];
     } else if (a.size() > 1 && a[0] == '-') {
@@ -76,8 +90,13 @@ std::optional<std::string> refus_sortie(const Options& o, const std::string& opt
   if (meme_fichier(sortie, o.piece)) return option + " « " + sortie + " » est le morceau lu : il serait écrasé";
   if (!o.set.empty() && meme_fichier(sortie, o.set))
     return option + " « " + sortie + " » est le fichier de paramètres lu : il serait écrasé";
-  if (option == "--rows" && !o.events.empty() && meme_fichier(sortie, o.events))
-    return "--events et --rows nomment le même fichier « " + sortie + " »";
+  const std::pair<const char*, const std::string*> avant[] = {
+      {"--events", &o.events}, {"--rows", &o.rows}, {"--svg", &o.svg}};
+  for (const auto& [autre, chemin] : avant) {
+    if (option == autre) break;
+    if (!chemin->empty() && meme_fichier(sortie, *chemin))
+      return std::string(autre) + " et " + option + " nomment le même fichier « " + sortie + " »";
+  }
   return std::nullopt;
 }
 
@@ -184,7 +203,8 @@ int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::os
     err << kProgramme << " : " << pourquoi << "\n";
     return statut;
   };
-  for (const auto& [option, chemin] : {std::pair{"--events", o.events}, std::pair{"--rows", o.rows}})
+  for (const auto& [option, chemin] : {std::pair{"--events", o.events}, std::pair{"--rows", o.rows},
+                                       std::pair{"--svg", o.svg}, std::pair{"--pdf", o.pdf}})
     if (auto r = refus_sortie(o, option, chemin)) return refus(*r, cli::kArguments);
   std::optional<std::string> set;
   if (!o.set.empty()) {
@@ -232,6 +252,30 @@ int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::os
       return static_cast<bool>(f);
     });
     if (r) return refus(*r, 3);
+  }
+
+  if (!o.svg.empty() || !o.pdf.empty() || o.transpositions) {
+    const CardLayout carton = lay_out_card(card_input(app.c));
+    if (!o.svg.empty()) {
+      auto r = ecrit_sortie(
+          o.svg, [&carton](std::ofstream& f) { return static_cast<bool>(f << card_svg(carton, whole_card(carton))); });
+      if (r) return refus(*r, 3);
+    }
+    if (!o.pdf.empty()) {
+      auto r = ecrit_sortie(
+          o.pdf, [&carton](std::ofstream& f) { return static_cast<bool>(f << card_pdf(carton, whole_card(carton))); });
+      if (r) return refus(*r, 3);
+    }
+    if (o.transpositions) {
+      std::vector<int> gamme;
+      for (const CardTrack& t : carton.tracks) gamme.push_back(t.note);
+      out << "Décalage  Hors gamme\n";
+      for (const Transposition& t : transpositions(piece_notes(app.m.List3.rows()), gamme)) {
+        char ligne[40];
+        std::snprintf(ligne, sizeof ligne, t.shift ? "%+8d  %10d\n" : "%8d  %10d\n", t.shift, t.outside);
+        out << ligne;
+      }
+    }
   }
 
   const Model& m = app.m;

@@ -1,10 +1,12 @@
-// brivel-card [--set FILE.set] [--events OUT] [--rows OUT] PIECE.mid
+// brivel-card [--set FILE.set] [--events OUT] [--rows OUT] [--svg OUT] [--pdf OUT]
+//             [--transpositions] PIECE.mid
 //
 // Opens the piece on a console without a window, on the simulated platform
 // (its virtual clock makes the two-second wait of an opening free), with the
 // instrument of the .set file or the console's defaults, exactly as the
 // operator would from the menu. Writes the text event file and the rows of
-// the event list if asked, and one line of JSON on `out`.
+// the event list if asked, the card drawn at 1:1 as SVG or PDF, the table of
+// transpositions, and one line of JSON on `out`.
 #pragma once
 
 #include <ostream>

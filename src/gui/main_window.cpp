@@ -6,10 +6,10 @@
 #include <QMenuBar>
 #include <QTimer>
 #include <QVBoxLayout>
-
 #include <algorithm>
 
 #include "console/pages.h"
+#include "gui/card_window.h"
 #include "gui/geometry_rules.h"
 #include "gui/hot_key.h"
 #include "gui/menus.h"
@@ -38,6 +38,7 @@ MainWindow::MainWindow(Context& c, std::function<void()> on_close)
   about_ = build_about_box(*binder_, this);
   eeprom_ = build_eeprom_box(*binder_, this);
   upload_ = build_upload_window(*binder_, this);
+  card_ = install_card_window(c_, *binder_, menuBar(), this);
 
   binder_->bind(m.Brivel, this, [this](Prop p) {
     Model& mm = c_.m;

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <QMainWindow>
-
 #include <functional>
 #include <memory>
 #include <vector>
@@ -18,6 +17,7 @@
 namespace brivel::gui {
 
 class FormWindow;
+class CardWindow;
 
 class MainWindow : public QMainWindow {
  public:
@@ -30,6 +30,7 @@ class MainWindow : public QMainWindow {
   FormWindow* about_box() const { return about_; }
   FormWindow* eeprom_box() const { return eeprom_; }
   FormWindow* upload_window() const { return upload_; }
+  CardWindow* card_window() const { return card_; }
 
   // Lays the window out again for what the model now shows and gives it the
   // size of its page: the model's size in twips as a wish, never smaller
@@ -55,6 +56,7 @@ class MainWindow : public QMainWindow {
   FormWindow* about_ = nullptr;
   FormWindow* eeprom_ = nullptr;
   FormWindow* upload_ = nullptr;
+  CardWindow* card_ = nullptr;
   QObject* hot_key_ = nullptr;
   bool relayout_pending_ = false;
 };

@@ -1,0 +1,183 @@
+#include "gui/card_window.h"
+
+#include <QAction>
+#include <QBoxLayout>
+#include <QCheckBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QTimer>
+
+#include "card/card_export.h"
+#include "gui/binder.h"
+#include "gui/card_canvas.h"
+#include "persistence/files/text_file.h"
+
+namespace brivel::gui {
+
+CardWindow::CardWindow(Context& c, QWidget* parent)
+    : QWidget(parent, Qt::Window), c_(c), live_(std::make_unique<LiveRun>(c)) {
+  setObjectName(QStringLiteral("Carton"));
+  setWindowTitle(QStringLiteral("Carton"));
+  canvas_ = new CardCanvas(*live_, this);
+
+  auto* side = new QVBoxLayout;
+  state_ = new QLabel(this);
+  state_->setObjectName(QStringLiteral("carton_etat"));
+  state_->setWordWrap(true);
+  side->addWidget(state_);
+  auto* zoom = new QHBoxLayout;
+  auto* minus = new QPushButton(QStringLiteral("−"), this);
+  auto* plus = new QPushButton(QStringLiteral("+"), this);
+  minus->setToolTip(QStringLiteral("Réduire (Ctrl + molette)"));
+  plus->setToolTip(QStringLiteral("Agrandir (Ctrl + molette)"));
+  connect(minus, &QPushButton::clicked, this, [this] { canvas_->set_zoom(canvas_->zoom() * 0.8); });
+  connect(plus, &QPushButton::clicked, this, [this] { canvas_->set_zoom(canvas_->zoom() * 1.25); });
+  zoom->addWidget(new QLabel(QStringLiteral("Zoom"), this));
+  zoom->addWidget(minus);
+  zoom->addWidget(plus);
+  side->addLayout(zoom);
+  margin_ = new QLabel(this);
+  margin_->setObjectName(QStringLiteral("carton_marge"));
+  margin_->setWordWrap(true);
+  margin_->setAlignment(Qt::AlignTop | Qt::AlignLeft);
+  side->addWidget(margin_);
+  side->addStretch(1);
+  bounds_only_ = new QCheckBox(QStringLiteral("Entre les bornes seulement"), this);
+  side->addWidget(bounds_only_);
+  auto* svg = new QPushButton(QStringLiteral("Exporter en SVG..."), this);
+  auto* pdf = new QPushButton(QStringLiteral("Exporter en PDF..."), this);
+  connect(svg, &QPushButton::clicked, this, [this] { ask_export(false); });
+  connect(pdf, &QPushButton::clicked, this, [this] { ask_export(true); });
+  side->addWidget(svg);
+  side->addWidget(pdf);
+
+  auto* row = new QHBoxLayout(this);
+  row->addWidget(canvas_, 1);
+  auto* panel = new QWidget(this);
+  panel->setLayout(side);
+  panel->setFixedWidth(220);
+  row->addWidget(panel);
+  resize(720, 640);
+
+  live_->on_change = [this] { changed(); };
+  // The remaining time counts down between the steps of a long move.
+  tick_ = new QTimer(this);
+  tick_->setInterval(500);
+  connect(tick_, &QTimer::timeout, this, [this] {
+    if (status_) status_->setText(run_text());
+    state_->setText(run_text());
+  });
+  tick_->start();
+}
+
+CardWindow::~CardWindow() = default;
+
+void CardWindow::set_status_label(QLabel* l) {
+  status_ = l;
+  status_->setText(run_text());
+}
+
+QString CardWindow::run_text() const {
+  const LiveRun& l = *live_;
+  if (l.running()) {
+    QString t = QStringLiteral("Reste %1").arg(QString::fromStdString(texte_duree(l.remaining_ms().value_or(0))));
+    if (l.paused()) t += QStringLiteral(" (arrêt)");
+    return t;
+  }
+  return QString::fromStdString(l.summary());
+}
+
+void CardWindow::showEvent(QShowEvent* ev) {
+  QWidget::showEvent(ev);
+  fill_margin();
+  canvas_->refresh();
+}
+
+void CardWindow::fill_margin() {
+  const CardLayout& l = live_->layout();
+  QString t = QStringLiteral("%1 trous, %2 m de carton\n").arg(l.holes.size()).arg(l.length_mm / 1000, 0, 'f', 2);
+  if (l.outside.empty()) {
+    t += QStringLiteral("\nToutes les notes sont dans la gamme.\n");
+  } else {
+    int n = 0;
+    for (const auto& [note, count] : l.outside) n += count;
+    t += QStringLiteral("\nHors gamme : %1 notes\n").arg(n);
+    for (const auto& [note, count] : l.outside) {
+      const QString name = note >= 0 && note < 128 ? QString::fromStdString(c_.s.noms_notes[note]) : QString();
+      t += QStringLiteral("  %1 %2 : %3\n").arg(note).arg(name).arg(count);
+    }
+  }
+  std::vector<int> scale;
+  for (const CardTrack& tr : l.tracks) scale.push_back(tr.note);
+  const auto best = best_transpositions(transpositions(piece_notes(c_.m.List3.rows()), scale), 3);
+  t += QStringLiteral("\nMeilleures transpositions :\n");
+  for (const Transposition& b : best)
+    t += QStringLiteral("  %1%2 demi-tons : %3 hors gamme\n").arg(b.shift > 0 ? "+" : "").arg(b.shift).arg(b.outside);
+  margin_->setText(t);
+}
+
+void CardWindow::changed() {
+  const QString text = run_text();
+  state_->setText(text);
+  if (status_) status_->setText(text);
+  if (!isVisible()) return;
+  if (live_->running()) canvas_->follow(live_->layout().y_mm(live_->card_step()));
+  if (!live_->running()) fill_margin();
+  canvas_->refresh();
+}
+
+bool CardWindow::export_to(const QString& path, bool bounds_only) const {
+  const CardLayout& l = live_->layout();
+  const CardRange r = bounds_only ? run_bounds(l) : whole_card(l);
+  const bool pdf = path.endsWith(QStringLiteral(".pdf"), Qt::CaseInsensitive);
+  return ecrit_fichier_atomique(path.toStdString(), pdf ? card_pdf(l, r) : card_svg(l, r));
+}
+
+void CardWindow::ask_export(bool pdf) {
+  const QString filter = pdf ? QStringLiteral("PDF (*.pdf)") : QStringLiteral("SVG (*.svg)");
+  QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Exporter le carton"), QString(), filter);
+  if (path.isEmpty()) return;
+  const QString ext = pdf ? QStringLiteral(".pdf") : QStringLiteral(".svg");
+  if (!path.endsWith(ext, Qt::CaseInsensitive)) path += ext;
+  state_->setText(export_to(path, bounds_only_->isChecked()) ? QStringLiteral("Carton exporté : %1").arg(path)
+                                                             : QStringLiteral("Écriture impossible : %1").arg(path));
+}
+
+CardWindow* install_card_window(Context& c, Binder& b, QMenuBar* bar, QWidget* parent) {
+  auto* w = new CardWindow(c, parent);
+  for (QAction* a : bar->actions()) {
+    if (a->objectName() != QLatin1String("fenetre") || !a->menu()) continue;
+    QMenu* menu = a->menu();
+    menu->addSeparator();
+    QAction* open = menu->addAction(QStringLiteral("Carton"));
+    open->setObjectName(QStringLiteral("fenetre_carton"));
+    open->setShortcut(QKeySequence(Qt::Key_F4));
+    QObject::connect(open, &QAction::triggered, w, [w] {
+      w->show();
+      w->raise();
+      w->activateWindow();
+    });
+  }
+  // The remaining time stands right of the progress bar.
+  if (QWidget* gauge = b.widget(c.m.gauge1)) {
+    auto* box = qobject_cast<QBoxLayout*>(gauge->parentWidget() ? gauge->parentWidget()->layout() : nullptr);
+    const int at = box ? box->indexOf(gauge) : -1;
+    if (at >= 0) {
+      auto* row = new QHBoxLayout;
+      box->insertLayout(at, row);
+      box->removeWidget(gauge);
+      row->addWidget(gauge, 1);
+      auto* label = new QLabel;
+      label->setObjectName(QStringLiteral("reste_perforation"));
+      label->setToolTip(QStringLiteral("Temps restant de la perforation"));
+      row->addWidget(label);
+      w->set_status_label(label);
+    }
+  }
+  return w;
+}
+
+}  // namespace brivel::gui
