@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds Brivel and punches the sample piece on the simulated board: the
 # board simulator behind a pseudo-terminal, the console connected to it as
-# port 7 through a link in its folder, data/sample.mid opened. With a display
+# port 7 through a link in its folder, the instrument data/sample.set loaded
+# and data/sample.mid opened. With a display
 # the window opens there and the operator clicks "Perforer"; with none the
 # console punches the piece on Qt's offscreen platform, prints the holes and
 # the time taken, and ends.
@@ -32,8 +33,8 @@ grep -q '^ready' "$home/board-sim.out" || { cat "$home/board-sim.out" >&2; exit 
 
 export BRIVEL_HOME="$home"
 if ((headless)); then
-  QT_QPA_PLATFORM=offscreen "$build/apps/brivel/brivel" --port 7 --ouvrir data/sample.mid --perforer
+  QT_QPA_PLATFORM=offscreen "$build/apps/brivel/brivel" --set data/sample.set --port 7 --ouvrir data/sample.mid --perforer
   echo "Journal de la carte simulée : $home/board.log ($(grep -c ' \* ' "$home/board.log") trous)"
 else
-  "$build/apps/brivel/brivel" --port 7 --ouvrir data/sample.mid
+  "$build/apps/brivel/brivel" --set data/sample.set --port 7 --ouvrir data/sample.mid
 fi

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "console/file_list.h"
 #include "core/numbers.h"
 #include "platform/qt/qt_platform.h"
 
@@ -39,10 +40,12 @@ std::string take_options(std::vector<std::string>& args, Options& o) {
     const std::string& a = args[i];
     if (a == "--perforer") {
       o.punch = true;
-    } else if (a == "--port" || a == "--ouvrir") {
+    } else if (a == "--port" || a == "--ouvrir" || a == "--set") {
       if (i + 1 >= args.size()) return "l'option " + a + " attend une valeur";
       const std::string& v = args[++i];
-      if (a == "--ouvrir") {
+      if (a == "--set") {
+        o.set = std::filesystem::absolute(v).string();
+      } else if (a == "--ouvrir") {
         o.piece = std::filesystem::absolute(v).string();
       } else {
         const auto n = to_number_strict(v);
@@ -60,6 +63,23 @@ std::string take_options(std::vector<std::string>& args, Options& o) {
 
 int run(ConsoleApp& app, Dialogs& real_dialogs, QtPlatform& platform, const Options& o) {
   Model& m = app.m;
+  if (!o.set.empty()) {
+    // File1 lists the program's folder only: the file is put there, then
+    // picked in the list as the operator picks it.
+    namespace fs = std::filesystem;
+    const fs::path dans_dossier = fs::path(app.s.dossier_appli) / fs::path(o.set).filename();
+    std::error_code ec;
+    if (!fs::equivalent(o.set, dans_dossier, ec))
+      fs::copy_file(o.set, dans_dossier, fs::copy_options::overwrite_existing, ec);
+    if (ec) {
+      std::fprintf(stderr, "brivel : fichier de paramètres %s : %s\n", o.set.c_str(), ec.message().c_str());
+      return 1;
+    }
+    refresh_File1(app.c);
+    for (int i = 0; i < m.File1.count(); ++i)
+      if (m.File1.row(i) == dans_dossier.filename().string()) m.File1.set_selected(i);
+    m.File1.click();
+  }
   if (o.port > 0) {
     m.fenetre_moteurs.operator_click();
     m.AdressePort.set_text(std::to_string(o.port));

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <string>
-
 #include <vector>
 
 #include "app/console_app.h"
@@ -18,13 +17,14 @@ class QtPlatform;
 namespace brivel::start {
 
 struct Options {
-  int port = 0;            // 0: leave the port alone
-  std::string piece;       // empty: open nothing
-  bool punch = false;      // click "Perforer", then end the program with the run
+  std::string set;     // a parameter file (.set) loaded first; empty: none
+  int port = 0;        // 0: leave the port alone
+  std::string piece;   // empty: open nothing
+  bool punch = false;  // click "Perforer", then end the program with the run
 };
 
-// Reads --port N, --ouvrir FICHIER and --perforer out of `args` (they are
-// removed). Empty text, or the reason why an option is refused.
+// Reads --set FICHIER.set, --port N, --ouvrir FICHIER and --perforer out of
+// `args` (they are removed). Empty text, or the reason why an option is refused.
 std::string take_options(std::vector<std::string>& args, Options& o);
 
 // Runs the steps on the console. With `punch`, returns the exit status of the
