@@ -10,8 +10,9 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSignalBlocker>
-
+#include <QTimer>
 #include <algorithm>
+#include <memory>
 
 #include "gui/clickable_label.h"
 #include "gui/lamp.h"
@@ -32,6 +33,35 @@ void fill_list(QListWidget* w, const Element& e) {
   w->clear();
   for (const std::string& r : e.rows()) w->addItem(qs(r));
   w->setCurrentRow(e.selected());
+}
+
+// A list that a handler fills row by row notifies at every row. Redrawn whole
+// each time, 6848 rows of a bridge calculation cost 6848 refills.
+struct ListFill {
+  bool pending = false;
+};
+
+// Rows added at the end of a list that keeps its order of arrival are only
+// appended. A sorted list places a new row anywhere: it is refilled whole at
+// the next turn of the event loop, once for all the rows a handler added
+// before it gave a turn.
+void rows_changed(QListWidget* w, const Element& e, const std::shared_ptr<ListFill>& fill) {
+  const int shown = w->count();
+  if (!e.sorted() && shown <= e.count() && (shown == 0 || w->item(shown - 1)->text() == qs(e.row(shown - 1)))) {
+    QSignalBlocker block(w);
+    for (int i = shown; i < e.count(); ++i) w->addItem(qs(e.row(i)));
+    return;
+  }
+  if (!e.sorted() || e.count() == 0) {
+    fill_list(w, e);
+    return;
+  }
+  if (fill->pending) return;
+  fill->pending = true;
+  QTimer::singleShot(0, w, [w, &e, fill] {
+    fill->pending = false;
+    fill_list(w, e);
+  });
 }
 
 // A text field's background: the note state during a run, the menu colour
@@ -95,10 +125,17 @@ void Binder::common(Element& e, Prop p) {
     if (f) all.push_back(f.data());
   for (QWidget* x : all) {
     switch (p) {
-      case Prop::Enabled: x->setEnabled(e.enabled()); break;
-      case Prop::Visible: x->setVisible(in_view(e)); break;
-      case Prop::ToolTip: x->setToolTip(qs(e.tooltip())); break;
-      default: break;
+      case Prop::Enabled:
+        x->setEnabled(e.enabled());
+        break;
+      case Prop::Visible:
+        x->setVisible(in_view(e));
+        break;
+      case Prop::ToolTip:
+        x->setToolTip(qs(e.tooltip()));
+        break;
+      default:
+        break;
     }
   }
 }
@@ -210,13 +247,14 @@ QWidget* Binder::make(Element& e, QWidget* parent) {
       // the parameter file picked).
       auto* w = new QListWidget(parent);
       fill_list(w, e);
+      auto fill = std::make_shared<ListFill>();
       QObject::connect(w, &QListWidget::currentRowChanged, w, [el](int row) { el->set_selected(row); });
       QObject::connect(w, &QListWidget::itemClicked, w, [w, el](QListWidgetItem* item) {
         el->set_selected(w->row(item));
         if (el->handler && el->enabled()) el->click();
       });
-      bind_widget(e, w, [w, el](Prop p) {
-        if (p == Prop::Rows) fill_list(w, *el);
+      bind_widget(e, w, [w, el, fill](Prop p) {
+        if (p == Prop::Rows) rows_changed(w, *el, fill);
         if (p == Prop::Selection && w->currentRow() != el->selected()) {
           QSignalBlocker block(w);
           w->setCurrentRow(el->selected());
