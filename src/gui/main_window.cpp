@@ -13,6 +13,7 @@
 #include "gui/geometry_rules.h"
 #include "gui/hot_key.h"
 #include "gui/menus.h"
+#include "gui/rehearsal_banner.h"
 #include "gui/side_windows.h"
 #include "gui/upload_window.h"
 
@@ -39,6 +40,7 @@ MainWindow::MainWindow(Context& c, std::function<void()> on_close)
   eeprom_ = build_eeprom_box(*binder_, this);
   upload_ = build_upload_window(*binder_, this);
   card_ = install_card_window(c_, *binder_, menuBar(), this);
+  watch_rehearsal(c_, *binder_, this);
 
   binder_->bind(m.Brivel, this, [this](Prop p) {
     Model& mm = c_.m;

@@ -25,12 +25,15 @@
 #include "platform/qt/qt_devices.h"
 #include "platform/qt/qt_dialogs.h"
 #include "platform/qt/qt_serial.h"
+#include "platform/qt/rehearsal_port.h"
 
 namespace brivel {
 
 struct QtPlatform::Impl {
   QElapsedTimer clock;
   QtSerialPort serial;
+  RehearsalPort rehearsal;
+  PortChoice port{serial, rehearsal};
   QtDevices devices;
   QtDialogs real_dialogs;
   Dialogs* dialogs = nullptr;
@@ -86,7 +89,7 @@ void QtPlatform::turn(int wake_within_ms) {
 
 int32_t QtPlatform::tick_ms() { return static_cast<int32_t>(d_->clock.elapsed()); }
 
-SerialPort& QtPlatform::serial() { return d_->serial; }
+SerialPort& QtPlatform::serial() { return d_->port; }
 DeviceNotifier& QtPlatform::devices() { return d_->devices; }
 Dialogs& QtPlatform::dialogs() { return *d_->dialogs; }
 
