@@ -215,6 +215,9 @@ TEST(RunEngine, EveryFaultThenContinuer) {
       {"D mx 3 4", "Perte d'origine :  4 pas - Contexte sauvegardé", 0, {{108, 780}}},
       {"D mx 1 40", "Perte d'origine :  40 pas - Contexte sauvegardé", 1, {{148, 720}}},
       {"refuse ON 2", "Calage origine impossible. Machine en marche?", 0, {}},
+      // The 1st ON is the readiness question, the 2nd the first "Continuer":
+      // answered no, the run stays suspended until the operator asks again.
+      {"B ON 2\nC CZ 2", "Résoudre le défaut avant de Continuer", 2, {}},
   };
   for (const auto& k : cases) {
     PunchRig r(fault_script(k.script));
@@ -232,18 +235,6 @@ TEST(RunEngine, EveryFaultThenContinuer) {
     EXPECT_EQ(minus(r.holes(), want), k.extra) << k.script;
     EXPECT_EQ(r.s.etat_pause, 0) << k.script;
   }
-}
-
-TEST(RunEngine, ContinuerAnsweredNoThenYes) {
-  // 1st ON: readiness at the start; 2nd: the first "Continuer".
-  PunchRig r(fault_script("B ON 2\nC CZ 2"));
-  ASSERT_TRUE(r.load(kPiece));
-  r.continue_after(500);
-  r.punch();
-  EXPECT_EQ(r.continues, 2);
-  EXPECT_NE(std::find(r.service.begin(), r.service.end(), "Résoudre le défaut avant de Continuer"), r.service.end());
-  EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée");
-  EXPECT_TRUE(minus(reference_holes(), r.holes()).empty());
 }
 
 TEST(RunEngine, PauseTakesEffectAtTheNextHole) {
