@@ -24,6 +24,7 @@
 #include "platform/qt/port_table.h"
 #include "platform/qt/qt_devices.h"
 #include "platform/qt/qt_dialogs.h"
+#include "platform/qt/data_files.h"
 #include "platform/qt/qt_serial.h"
 #include "platform/qt/rehearsal_port.h"
 
@@ -136,6 +137,13 @@ void QtPlatform::set_busy(bool busy) {
 
 bool QtPlatform::open_document(const std::string& path_or_url) {
   QUrl url = document_url(path_or_url, QDir::currentPath());
+  // The help page is shipped with the program: found where it was installed
+  // or built when the current folder doesn't hold it.
+  if (!url.isValid()) {
+    const std::string shipped = find_data_file(path_or_url, QCoreApplication::applicationDirPath().toStdString(),
+                                               QDir::currentPath().toStdString());
+    if (!shipped.empty()) url = QUrl::fromLocalFile(QString::fromStdString(shipped));
+  }
   return url.isValid() && QDesktopServices::openUrl(url);
 }
 
