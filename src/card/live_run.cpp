@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/numbers.h"
+#include "persistence/journal/hole_journal.h"
 
 namespace brivel {
 
@@ -121,8 +122,31 @@ void LiveRun::start() {
   paused_ms_ = 0;
   started_ = now();
   summary_.clear();
+  // A restored run goes on from where the journal says the last one stood.
+  if (c_.s.reprise_contexte) mark_from_journal();
   remaining_ = brivel::remaining_ms(layout_.run_plan.total(), {}, 0, pace());
   estimated_at_ = 0;
+}
+
+void LiveRun::mark_from_journal() {
+  for (const JournalHole& j : holes_of_last_run(read_journal(c_.s.dossier_appli + kJournalTrous), c_.s.nom_midi_court))
+    mark(j.step, j.track);
+}
+
+void LiveRun::mark(int32_t step, int track) {
+  auto [a, b] = layout_.holes_between(step, step);
+  for (size_t i = a; i < b; ++i) {
+    if (layout_.holes[i].track != track) continue;
+    if (!punched_[i]) {
+      punched_[i] = 1;
+      ++punched_count_;
+    }
+    last_hole_ = i;
+    // The run's own order: the next planned hole after this one.
+    for (size_t j = run_index_; j < layout_.run_holes.size() && layout_.run_holes[j].step <= step; ++j)
+      if (layout_.run_holes[j].step == step && layout_.run_holes[j].track == track) run_index_ = j + 1;
+    return;
+  }
 }
 
 void LiveRun::hole_done() {
@@ -134,16 +158,8 @@ void LiveRun::hole_done() {
   const int32_t step = s.compteur_Y;
   auto [a, b] = layout_.holes_between(step, step);
   for (size_t i = a; i < b; ++i) {
-    const PlannedHole& h = layout_.holes[i];
-    if (val(c_.m.Position(h.track).text()) != x) continue;
-    if (!punched_[i]) {
-      punched_[i] = 1;
-      ++punched_count_;
-    }
-    last_hole_ = i;
-    // The run's own order: the next planned hole after this one.
-    for (size_t j = run_index_; j < layout_.run_holes.size() && layout_.run_holes[j].step <= step; ++j)
-      if (layout_.run_holes[j].step == step && layout_.run_holes[j].track == h.track) run_index_ = j + 1;
+    if (val(c_.m.Position(layout_.holes[i].track).text()) != x) continue;
+    mark(step, layout_.holes[i].track);
     return;
   }
 }

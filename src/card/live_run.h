@@ -53,6 +53,8 @@ class LiveRun {
   void changed(Element& e, Prop p);
   void start();
   void hole_done();
+  void mark(int32_t step, int track);
+  void mark_from_journal();
   void row_done(int row);
   MachinePace pace() const;
   int32_t now() { return c_.p.tick_ms(); }

@@ -14,11 +14,15 @@
 #include "gui/binder.h"
 #include "gui/card_canvas.h"
 #include "persistence/files/text_file.h"
+#include "persistence/journal/hole_journal.h"
 
 namespace brivel::gui {
 
 CardWindow::CardWindow(Context& c, QWidget* parent)
-    : QWidget(parent, Qt::Window), c_(c), live_(std::make_unique<LiveRun>(c)) {
+    : QWidget(parent, Qt::Window),
+      c_(c),
+      live_(std::make_unique<LiveRun>(c)),
+      journal_(std::make_unique<HoleJournal>(c)) {
   setObjectName(QStringLiteral("Carton"));
   setWindowTitle(QStringLiteral("Carton"));
   canvas_ = new CardCanvas(*live_, this);
@@ -44,6 +48,13 @@ CardWindow::CardWindow(Context& c, QWidget* parent)
   margin_->setWordWrap(true);
   margin_->setAlignment(Qt::AlignTop | Qt::AlignLeft);
   side->addWidget(margin_);
+  // After a restore: the head over the last hole the journal holds, to check
+  // it on the card before the run goes on.
+  auto* check = new QPushButton(QStringLiteral("Tête sur le dernier trou"), this);
+  check->setObjectName(QStringLiteral("carton_dernier_trou"));
+  check->setToolTip(QStringLiteral("Amène la tête sur la piste du dernier trou percé, pour le vérifier"));
+  connect(check, &QPushButton::clicked, this, [this] { head_to_last_hole(); });
+  side->addWidget(check);
   side->addStretch(1);
   bounds_only_ = new QCheckBox(QStringLiteral("Entre les bornes seulement"), this);
   side->addWidget(bounds_only_);
@@ -127,6 +138,19 @@ void CardWindow::changed() {
   if (live_->running()) canvas_->follow(live_->layout().y_mm(live_->card_step()));
   if (!live_->running()) fill_margin();
   canvas_->refresh();
+}
+
+bool CardWindow::head_to_last_hole() {
+  const auto holes = holes_of_last_run(read_journal(journal_->path()), c_.s.nom_midi_court);
+  if (holes.empty() || holes.back().track < 1) {
+    state_->setText(QStringLiteral("Aucun trou dans le journal pour ce morceau"));
+    return false;
+  }
+  // The note page's own button for that track: the same rules as a click.
+  const bool moved = c_.m.perfo(holes.back().track).operator_click();
+  state_->setText(moved ? QStringLiteral("Tête sur la piste %1, pas %2").arg(holes.back().track).arg(holes.back().step)
+                        : QStringLiteral("Commande refusée : la machine est occupée"));
+  return moved;
 }
 
 bool CardWindow::export_to(const QString& path, bool bounds_only) const {

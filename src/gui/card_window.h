@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "card/live_run.h"
+#include "persistence/journal/hole_journal.h"
 
 class QCheckBox;
 class QLabel;
@@ -34,6 +35,11 @@ class CardWindow : public QWidget {
   // extension. False if the file could not be written.
   bool export_to(const QString& path, bool bounds_only) const;
 
+  // Sends the head over the track of the last hole that the journal holds
+  // for the piece, through the note page's button. False when there is none
+  // or the machine is busy.
+  bool head_to_last_hole();
+
   // The label beside the progress bar, kept up to date by this window.
   void set_status_label(QLabel* l);
 
@@ -47,6 +53,7 @@ class CardWindow : public QWidget {
 
   Context& c_;
   std::unique_ptr<LiveRun> live_;
+  std::unique_ptr<HoleJournal> journal_;
   CardCanvas* canvas_ = nullptr;
   QLabel* margin_ = nullptr;
   QLabel* state_ = nullptr;

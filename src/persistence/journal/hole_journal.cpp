@@ -1,0 +1,130 @@
+#include "persistence/journal/hole_journal.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "core/cp1252.h"
+#include "core/numbers.h"
+
+namespace brivel {
+
+namespace {
+
+std::string heure(int s) {
+  char b[16];
+  std::snprintf(b, sizeof b, "%02d:%02d:%02d", s / 3600 % 24, s / 60 % 60, s % 60);
+  return b;
+}
+
+std::optional<int> lit_heure(const std::string& t) {
+  int h, m, s;
+  char tail;
+  if (std::sscanf(t.c_str(), "%2d:%2d:%2d%c", &h, &m, &s, &tail) != 3) return std::nullopt;
+  return h * 3600 + m * 60 + s;
+}
+
+std::vector<std::string> champs(const std::string& line) {
+  std::vector<std::string> out(1);
+  for (char ch : line) {
+    if (ch == ';')
+      out.emplace_back();
+    else
+      out.back() += ch;
+  }
+  return out;
+}
+
+std::optional<long long> entier(const std::string& t) {
+  if (t.empty()) return std::nullopt;
+  char* end = nullptr;
+  errno = 0;
+  const long long v = std::strtoll(t.c_str(), &end, 10);
+  if (errno || *end) return std::nullopt;
+  return v;
+}
+
+}  // namespace
+
+std::string journal_line(const JournalHole& h) {
+  char nums[80];
+  std::snprintf(nums, sizeof nums, ";%07d;%d;%d;%lld", h.step, h.track, h.x, static_cast<long long>(h.y));
+  return heure(h.time_of_day_s) + ";" + h.piece + nums;
+}
+
+std::string journal_start_line(const std::string& piece, int time_of_day_s) {
+  return "# Perforation de " + piece + " " + heure(time_of_day_s);
+}
+
+std::vector<JournalHole> holes_of_last_run(const std::string& journal_text, const std::string& piece) {
+  std::vector<JournalHole> out;
+  const std::string start = "# Perforation de " + piece + " ";
+  for (const std::string& raw : split_cp1252_lines(journal_text)) {
+    const std::string line = cp1252_to_utf8(raw);
+    if (line.rfind(start, 0) == 0 && line.size() == start.size() + 8) {
+      out.clear();
+      continue;
+    }
+    const auto f = champs(line);
+    if (f.size() != 6 || f[1] != piece) continue;
+    const auto t = lit_heure(f[0]);
+    const auto step = entier(f[2]), track = entier(f[3]), x = entier(f[4]), y = entier(f[5]);
+    if (!t || !step || !track || !x || !y) continue;
+    out.push_back({*t, piece, static_cast<int32_t>(*step), static_cast<int>(*track), static_cast<int32_t>(*x), *y});
+  }
+  return out;
+}
+
+std::string read_journal(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+bool append_durably(const std::string& path, const std::string& line) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+  if (fd < 0) return false;
+  const std::string bytes = utf8_to_cp1252(line) + "\r\n";
+  // One write: a crash leaves the journal without the line or with part of
+  // it, never with a line of another hole in the middle.
+  const bool ok = ::write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()) && ::fdatasync(fd) == 0;
+  return ::close(fd) == 0 && ok;
+}
+
+HoleJournal::HoleJournal(Context& c) : c_(c) {
+  subscription_ = c_.m.subscribe([this](Element& e, Prop p) { changed(e, p); });
+}
+
+HoleJournal::~HoleJournal() { c_.m.unsubscribe(subscription_); }
+
+std::string HoleJournal::path() const { return c_.s.dossier_appli + kJournalTrous; }
+
+void HoleJournal::changed(Element& e, Prop p) {
+  Model& m = c_.m;
+  const RunState& s = c_.s;
+  if (&e == &m.Command12 && p == Prop::Enabled && e.enabled() && s.run_on_stack && !s.reprise_contexte) {
+    healthy_ = append_durably(path(), journal_start_line(s.nom_midi_court, c_.p.time_of_day_s())) && healthy_;
+    return;
+  }
+  // The punch lamp goes out behind each cycle; the board's "A" alone
+  // confirms the hole.
+  if (&e != &m.E(7) || p != Prop::Color || e.color() == palette::kLightRed) return;
+  if (!s.run_on_stack || !s.rep_A || s.rep_B || s.rep_C) return;
+  int track = 0;
+  const int n = std::clamp(static_cast<int>(val(m.NBTouches.text())), 0, Model::kNotes);
+  for (int k = 1; k <= n && !track; ++k)
+    if (val(m.Position(k).text()) == s.compteur_X) track = k;
+  const int16_t demi = static_cast<int16_t>(round_half_even(s.pas_poincon / 2.0));
+  JournalHole h{c_.p.time_of_day_s(), s.nom_midi_court,
+                s.compteur_Y,         track,
+                s.compteur_X,         static_cast<int64_t>(std::llround((s.compteur_Y - demi) * val(m.NbpasY.text())))};
+  healthy_ = append_durably(path(), journal_line(h)) && healthy_;
+}
+
+}  // namespace brivel

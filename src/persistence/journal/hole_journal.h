@@ -1,0 +1,66 @@
+// The hole journal: one line per hole that the board confirmed, appended and
+// flushed to the disk as each hole is punched, beside the automatic context
+// file. After a crash and a context restore it tells what was already
+// punched. Lines read "12:04:31;Valse;0001234;6;108;12320": time of day,
+// piece (file name without folder or extension), step of the event list,
+// track k, head X and card Y in motor steps. A run that starts afresh writes
+// "# Perforation de Valse 12:00:02" before its holes. Windows-1252, CR LF.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/context.h"
+
+namespace brivel {
+
+inline constexpr const char* kJournalTrous = "Journal_trous.txt";
+
+struct JournalHole {
+  int time_of_day_s = 0;
+  std::string piece;
+  int32_t step = 0;
+  int track = 0;
+  int32_t x = 0;
+  int64_t y = 0;
+  bool operator==(const JournalHole&) const = default;
+};
+
+std::string journal_line(const JournalHole& h);
+std::string journal_start_line(const std::string& piece, int time_of_day_s);
+
+// The holes of `piece` since its last start line, in order; a line cut short
+// by a crash, and lines of other pieces, are left out.
+std::vector<JournalHole> holes_of_last_run(const std::string& journal_text, const std::string& piece);
+
+// The bytes of the journal at `path`; empty when there is none.
+std::string read_journal(const std::string& path);
+
+// Appends `line` and a CR LF to `path` in one write and waits until it is on
+// the disk. False on any failure.
+bool append_durably(const std::string& path, const std::string& line);
+
+// Watches the console and appends a line per confirmed hole of a run to
+// <dossier_appli>/Journal_trous.txt. It writes nothing into the console.
+class HoleJournal {
+ public:
+  explicit HoleJournal(Context& c);
+  ~HoleJournal();
+  HoleJournal(const HoleJournal&) = delete;
+  HoleJournal& operator=(const HoleJournal&) = delete;
+
+  std::string path() const;
+  // False once a line could not be written.
+  bool healthy() const { return healthy_; }
+
+ private:
+  void changed(Element& e, Prop p);
+
+  Context& c_;
+  int subscription_ = 0;
+  bool healthy_ = true;
+};
+
+}  // namespace brivel
