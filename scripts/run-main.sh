@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
-# Builds Brivel and punches the sample piece on the simulated board: the
-# board simulator behind a pseudo-terminal, the console connected to it as
-# port 7 through a link in its folder, the instrument data/sample.set loaded
-# and data/sample.mid opened. With a display
-# the window opens there and the operator clicks "Perforer"; with none the
-# console punches the piece on Qt's offscreen platform, prints the holes and
-# the time taken, and ends.
+# Builds Brivel and punches the sample piece data/sample.mid for the sample
+# instrument data/sample.set on a simulated machine.
+#   - With a display the window opens on the rehearsal machine (port 99: the
+#     board model inside the program, taking the time a machine would), with
+#     the instrument loaded and the piece open; the operator clicks
+#     "Perforer".
+#   - With none, the proof runs over a real serial stack: brivel-board-sim
+#     behind a pseudo-terminal, linked as port 7, answering at once; the
+#     console punches the piece on Qt's offscreen platform, prints the holes
+#     and the time taken, then the board's own count, and ends.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
@@ -15,13 +18,12 @@ cmake --build "$build" -j"$(nproc)"
 
 home="$PWD/$build/rehearsal"  # BRIVEL_HOME of the rehearsal: its .set files, Temp/, ports/
 mkdir -p "$home/ports"
-headless=0
-[ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && headless=1
-# Headless, every reply comes at once; on screen the board takes the time a
-# machine would.
-pace=--realistic
-((headless)) && pace=--instant
-"$build/apps/brivel-board-sim/brivel-board-sim" --link "$home/ports/com7" --log "$home/board.log" $pace \
+export BRIVEL_HOME="$home"
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+  exec "$build/apps/brivel/brivel" --set data/sample.set --port 99 --ouvrir data/sample.mid
+fi
+
+"$build/apps/brivel-board-sim/brivel-board-sim" --link "$home/ports/com7" --log "$home/board.log" --instant \
   > "$home/board-sim.out" 2>&1 &
 sim=$!
 trap 'kill $sim 2>/dev/null || true' EXIT
@@ -30,11 +32,5 @@ for _ in $(seq 100); do
   sleep 0.1
 done
 grep -q '^ready' "$home/board-sim.out" || { cat "$home/board-sim.out" >&2; exit 1; }
-
-export BRIVEL_HOME="$home"
-if ((headless)); then
-  QT_QPA_PLATFORM=offscreen "$build/apps/brivel/brivel" --set data/sample.set --port 7 --ouvrir data/sample.mid --perforer
-  echo "Journal de la carte simulée : $home/board.log ($(grep -c ' \* ' "$home/board.log") trous)"
-else
-  "$build/apps/brivel/brivel" --set data/sample.set --port 7 --ouvrir data/sample.mid
-fi
+QT_QPA_PLATFORM=offscreen "$build/apps/brivel/brivel" --set data/sample.set --port 7 --ouvrir data/sample.mid --perforer
+echo "Journal de la carte simulée : $home/board.log ($(grep -c ' \* ' "$home/board.log") trous)"
