@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 #include "core/cp1252.h"
 #include "persistence/files/text_file.h"
@@ -119,6 +121,40 @@ TEST(SaveMenu, FailedWriteIsToldOnTheServiceLine) {
   EXPECT_EQ(d.m.Label_defautP.text(),
             "Contexte non sauvegardé : impossible d'écrire le fichier " + d.home + "nowhere/x.sav");
   EXPECT_FALSE(d.p.busy());
+}
+
+TEST(ContextFile, HistoryKeepsAContextBeforeAnotherPieceOrAStepBackOverwritesIt) {
+  namespace fs = std::filesystem;
+  SimDesk d;
+  d.m.NBTouches.set_text("2");
+  d.s.nom_fichier_set = "orgue.set";
+  const auto save = [&](const char* piece, const char* y, int32_t trous) {
+    d.s.chemin_midi = piece;
+    d.m.compteurXY(1).set_text(y);
+    d.s.compteur_trous = trous;
+    ASSERT_TRUE(sauve_contexte_auto(d.c));
+  };
+  const auto kept = [&] {
+    std::vector<std::string> names;
+    std::error_code ec;
+    for (fs::directory_iterator it(d.home + "Contextes", ec), end; !ec && it != end; it.increment(ec))
+      names.push_back(it->path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+  };
+  save("/p/valse.mid", "100", 10);
+  save("/p/valse.mid", "130", 14);  // the same run, further on: nothing kept
+  EXPECT_TRUE(kept().empty());
+  const std::string before = d.read_file("Perfo_en_cours.sav");
+  save("/p/valse.mid", "0", 0);  // a new run of the same piece steps back
+  ASSERT_EQ(kept().size(), 1u);
+  EXPECT_NE(kept()[0].find(" valse"), std::string::npos) << kept()[0];
+  std::ifstream in(d.home + "Contextes/" + kept()[0], std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), before);
+  save("/p/polka.mid", "5", 1);  // another piece
+  EXPECT_EQ(kept().size(), 2u);
+  for (int i = 0; i < 25; ++i) save(i % 2 ? "/p/valse.mid" : "/p/polka.mid", "1", 0);
+  EXPECT_EQ(kept().size(), static_cast<std::size_t>(kContextesGardes));
 }
 
 }  // namespace
