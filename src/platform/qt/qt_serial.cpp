@@ -153,7 +153,7 @@ void QtSerialPort::set_rts(bool on) {
 
 void QtSerialPort::set_rthreshold(int n) {
   buffer_.set_threshold(n);
-  schedule_dispatch();
+  dispatch_later_.ask();
 }
 
 bool QtSerialPort::write(std::string_view bytes) {
@@ -174,7 +174,7 @@ bool QtSerialPort::write(std::string_view bytes) {
 
 std::string QtSerialPort::input() {
   std::string s = buffer_.take();
-  if (buffer_.count() > 0) schedule_dispatch();
+  if (buffer_.count() > 0) dispatch_later_.ask();
   return s;
 }
 
@@ -193,18 +193,6 @@ void QtSerialPort::on_ready_read() {
 
 void QtSerialPort::dispatch() {
   if (port_.isOpen() && buffer_.event_due() && on_comm_) on_comm_(kEvReceive);
-}
-
-void QtSerialPort::schedule_dispatch() {
-  if (dispatch_queued_) return;
-  dispatch_queued_ = true;
-  QMetaObject::invokeMethod(
-      &context_,
-      [this] {
-        dispatch_queued_ = false;
-        dispatch();
-      },
-      Qt::QueuedConnection);
 }
 
 }  // namespace brivel

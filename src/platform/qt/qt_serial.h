@@ -11,6 +11,7 @@
 #include <string>
 
 #include "platform/platform.h"
+#include "platform/qt/queued_call.h"
 #include "platform/receive_buffer.h"
 
 namespace brivel {
@@ -52,7 +53,6 @@ class QtSerialPort : public SerialPort {
  private:
   void on_ready_read();
   void dispatch();
-  void schedule_dispatch();
   std::string port_label() const;  // "Port 7 (/dev/ttyACM0)"
 
   QObject context_;  // owner of the queued dispatches
@@ -61,7 +61,7 @@ class QtSerialPort : public SerialPort {
   std::function<void(int)> on_comm_;
   std::string ports_folder_;
   int number_ = 1;
-  bool dispatch_queued_ = false;
+  QueuedCall dispatch_later_{[this] { dispatch(); }};  // the next receive event
   unsigned opening_ = 0;  // counts the openings, to tell a stale loss report
   bool loss_queued_ = false;
   std::string error_;
