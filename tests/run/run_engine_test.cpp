@@ -46,8 +46,19 @@ Holes minus(Holes a, const Holes& b) {
 TEST(RunEngine, HandWorkedPieceFrameByFrame) {
   PunchRig r;
   ASSERT_TRUE(r.load(kPiece));
+  // The note states at each hole: track 6 holds note 60, track 7 note 62.
+  std::vector<std::tuple<int, int, std::string>> seen;
+  r.m.subscribe([&](Element& e, Prop p) {
+    if (&e == &r.m.E(7) && p == Prop::Color && e.color() == palette::kLightRed)
+      seen.emplace_back(r.m.Note(6).color(), r.m.Note(7).color(), r.m.Note(6).tooltip());
+  });
   const auto from = r.mark();
   r.punch();
+  ASSERT_EQ(seen.size(), 19u);
+  EXPECT_EQ(seen[0], std::make_tuple(kEtatActif, kEtatRepos, std::string(" 0000107")));
+  EXPECT_EQ(seen[11], std::make_tuple(kEtatFermant, kEtatRepos, std::string()));  // NTOF at 107
+  EXPECT_EQ(seen[12], std::make_tuple(kEtatRepos, kEtatActif, std::string()));
+  EXPECT_EQ(seen[16], std::make_tuple(kEtatRepos, kEtatFermant, std::string()));
   // Set-up: working sequence, readiness (first run), origin search with its
   // counted reply, then one MY per step, X and Z per hole. The head comes
   // from the card's edge (220) to note 60 (108).
@@ -74,23 +85,6 @@ TEST(RunEngine, HandWorkedPieceFrameByFrame) {
   EXPECT_TRUE(r.m.Avance.enabled());
   EXPECT_TRUE(r.m.nb_trou.visible());
   EXPECT_TRUE(r.s.perforation_lancee);
-}
-
-TEST(RunEngine, NoteStatesAndToolTipsDuringTheRun) {
-  PunchRig r;
-  ASSERT_TRUE(r.load(kPiece));
-  // Track 6 holds note 60, tracks 7 and 8 notes 62 and 64. Seen at each hole.
-  std::vector<std::tuple<int, int, std::string>> seen;
-  r.m.subscribe([&](Element& e, Prop p) {
-    if (&e == &r.m.E(7) && p == Prop::Color && e.color() == palette::kLightRed)
-      seen.emplace_back(r.m.Note(6).color(), r.m.Note(7).color(), r.m.Note(6).tooltip());
-  });
-  r.punch();
-  ASSERT_EQ(seen.size(), 19u);
-  EXPECT_EQ(seen[0], std::make_tuple(kEtatActif, kEtatRepos, std::string(" 0000107")));
-  EXPECT_EQ(seen[11], std::make_tuple(kEtatFermant, kEtatRepos, std::string()));  // NTOF at 107
-  EXPECT_EQ(seen[12], std::make_tuple(kEtatRepos, kEtatActif, std::string()));
-  EXPECT_EQ(seen[16], std::make_tuple(kEtatRepos, kEtatFermant, std::string()));
 }
 
 TEST(RunEngine, ARestrikeInsideAHeldNoteAndOneNoteOnTwoTracks) {
