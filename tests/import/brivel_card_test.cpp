@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <sstream>
 
 #include "import/import_files.h"
 
@@ -157,6 +159,43 @@ TEST(BrivelCard, TinyPiece) {
   EXPECT_EQ(ev.substr(0, 48), "NOTE 0000000 000480 00001 00060 00500 00100 C3\r\n");
   const std::string rows = slurp(f.path + "rows.txt");
   EXPECT_EQ(rows.substr(0, 46), "0000002 00060 NOTE 0000035\n0000005 ##### PASY\n");
+}
+
+// The card drawn as SVG and PDF, and the transposition table on standard output.
+TEST(BrivelCard, CardAndTranspositions) {
+  Folder f;
+  // Key 60 for a quarter note: one note of the default scale. At 500 000 µs
+  // a quarter it lasts 500 ms, 36 steps of 13.83 ms: a row of touching holes.
+  write_file(f.path + "do.mid", tiny_midi());
+  CardRun r =
+      card(f, "--svg '" + f.path + "c.svg' --pdf '" + f.path + "c.pdf' --transpositions '" + f.path + "do.mid'");
+  ASSERT_EQ(r.status, 0) << r.out << r.err;
+  const std::string svg = slurp(f.path + "c.svg");
+  // A 3-step punch over the note's 36 steps: the first hole, one each 3
+  // steps while it sounds, the last at its end.
+  std::size_t holes = 0;
+  for (std::size_t at = svg.find("class=\"trou\""); at != std::string::npos; at = svg.find("class=\"trou\"", at + 1))
+    ++holes;
+  EXPECT_GE(holes, 12u);
+  EXPECT_NE(svg.find("width=\"109.2mm\""), std::string::npos);
+  const std::string pdf = slurp(f.path + "c.pdf");
+  EXPECT_EQ(pdf.rfind("%PDF-1.4", 0), 0u);
+  EXPECT_NE(pdf.find("/Count 1 >>"), std::string::npos);
+  // The table: a heading, 25 shifts, then the JSON line.
+  std::map<int, int> table;
+  std::istringstream lines(r.out);
+  std::string line;
+  std::getline(lines, line);
+  EXPECT_EQ(line, "Décalage  Hors gamme");
+  for (int shift, outside; lines >> shift >> outside;) table[shift] = outside;
+  ASSERT_EQ(table.size(), 25u);
+  EXPECT_EQ(table.begin()->first, -12);
+  // The default scale holds 48, 50, 53, 55, 57, 60, 62 and 64 to 86 but 85:
+  // 60 is in it as it stands, by +2 (62) and -3 (57); by -1 (59), +1 (61)
+  // and -11 (49) every NOTE row of it falls outside.
+  for (int in : {0, 2, -3}) EXPECT_EQ(table[in], 0) << in;
+  EXPECT_GT(table[-1], 0);
+  for (int out : {1, -11}) EXPECT_EQ(table[out], table[-1]) << out;
 }
 
 }  // namespace

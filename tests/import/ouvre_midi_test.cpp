@@ -94,30 +94,28 @@ TEST(OpenPiece, ScaleCheck) {
   // The last note starts at 900 ms: step 67, 55.6 mm of card, 926 ms.
   const std::string two60 = note_line(0, 60, 0) + note_line(500, 60, 0) + note_line(900, 62, 0);
   struct Case {
+    std::string file;
     int check5;
     const char* nbtouches;
     const char* note6;  // 60 in the default scale
     int hors;
     const char* service;
   } cases[] = {
-      {0, "29", "59", 0, "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.06 m"},
-      {1, "29", "60", 0, "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.06 m"},
-      {1, "29", "59", 2, "ATTENTION :  2 notes ne sont pas dans la gamme de l'orgue"},
-      {1, "5", "60", 3, "ATTENTION :  3 notes ne sont pas dans la gamme de l'orgue"},
+      {two60, 0, "29", "59", 0, "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.06 m"},
+      {two60, 1, "29", "60", 0, "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.06 m"},
+      {two60, 1, "29", "59", 2, "ATTENTION :  2 notes ne sont pas dans la gamme de l'orgue"},
+      {two60, 1, "5", "60", 3, "ATTENTION :  3 notes ne sont pas dans la gamme de l'orgue"},
+      {note_line(0, 99, 0), 1, "29", "60", 1, "ATTENTION :  1 note n'est pas dans la gamme de l'orgue"},
   };
   for (const auto& c : cases) {
     Desk d;
     d.m.Check5.set_value(c.check5);
     d.m.NBTouches.set_text(c.nbtouches);
     d.m.Note(6).set_text(c.note6);
-    ASSERT_TRUE(importe_evenements(d.c, two60, d.reglages()));
+    ASSERT_TRUE(importe_evenements(d.c, c.file, d.reglages()));
     EXPECT_EQ(d.s.nb_hors_gamme, c.hors) << c.nbtouches << " " << c.note6;
     EXPECT_EQ(d.m.Label_defautP.text(), c.service);
   }
-  Desk d;
-  d.m.Check5.set_value(1);
-  ASSERT_TRUE(importe_evenements(d.c, note_line(0, 99, 0), d.reglages()));
-  EXPECT_EQ(d.m.Label_defautP.text(), "ATTENTION :  1 note n'est pas dans la gamme de l'orgue");
 }
 
 TEST(OpenPiece, TooManyRowsEndsTheProgram) {
@@ -210,6 +208,7 @@ TEST(OpenPiece, RefusedBeforeAnythingIsConverted) {
     const char* field;
     const char* text;
     const char* message;
+    int check5 = 0;
   } cases[] = {
       {"vitesse", "0", "Ouverture refusée : la Vitesse du carton doit être supérieure à 0 (page Moteurs et poinçon)"},
       {"NbpasY", "0",
@@ -222,9 +221,12 @@ TEST(OpenPiece, RefusedBeforeAnythingIsConverted) {
       {"PontY", "-5",
        "Ouverture refusée : le paramètre des ponts (Ponts Y) donne un intervalle de trous nul : saisir 0 ou un nombre "
        "positif"},
+      {"NBTouches", "70",
+       "Ouverture refusée : Nombre de notes \"70\" invalide : saisir dans Notes un nombre entier de 0 à 63", 1},
   };
   for (const auto& c : cases) {
     Desk d;
+    d.m.Check5.set_value(c.check5);
     d.m.List3.add_row("0000074 00060 NOTE 0000107");
     d.m.Command11.set_enabled(true);
     d.m.perfo_retard.set_enabled(true);
@@ -236,12 +238,6 @@ TEST(OpenPiece, RefusedBeforeAnythingIsConverted) {
     EXPECT_FALSE(d.m.perfo_retard.enabled()) << c.field;
     EXPECT_EQ(d.m.List3.count(), 0) << c.field;
   }
-  Desk d;
-  d.m.Check5.set_value(1);
-  d.m.NBTouches.set_text("70");
-  d.m.Ouvre_midi.click();
-  EXPECT_EQ(d.m.Label_defautP.text(),
-            "Ouverture refusée : Nombre de notes \"70\" invalide : saisir dans Notes un nombre entier de 0 à 63");
 }
 
 TEST(OpenPiece, DialogRoadWithAFileThatIsNoMidi) {
@@ -321,36 +317,37 @@ TEST(OpenPiece, MultipleSelectionChainAndRestore) {
   }
 }
 
+// The whole road through the decoder; a file cut inside its track is
+// punched as far as it goes, and said so.
 TEST(OpenPiece, WholeRoadWithTheDecoder) {
-  Desk d;
-  const std::string path = d.home + "do.mid";
-  write_file(path, tiny_midi());
-  d.p.sim_dialogs().open_answers.push_back(path);
-  d.m.Ouvre_midi.click();
-  // 0 ms + half punch 2; 500 ms is 36 steps: last 35.
-  EXPECT_EQ(d.m.List3.row(0), "0000002 00060 NOTE 0000035");
-  EXPECT_EQ(d.m.List3.rows().back(), "0000035 00060 NTOF ");
-  EXPECT_EQ(d.m.Label9.text(), " 12");
-  EXPECT_EQ(d.m.Label4.text(), path);
-  EXPECT_EQ(d.m.Text8.text(), "484");
-  EXPECT_EQ(d.m.Label_defautP.text(), "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.03 m");
-  EXPECT_TRUE(d.p.sim_dialogs().boxes.empty());
-  EXPECT_TRUE(d.m.Command11.enabled());
-}
-
-TEST(OpenPiece, TruncatedMidiIsShownNotHidden) {
-  Desk d;
-  const std::string path = d.home + "coupe.mid";
-  write_file(path, tiny_midi(false));
-  d.p.sim_dialogs().open_answers.push_back(path);
-  d.m.Ouvre_midi.click();
-  EXPECT_EQ(d.s.midi_erreur_code, 1);
-  EXPECT_EQ(d.m.List3.row(0), "0000002 00060 NOTE 0000035");
-  EXPECT_TRUE(d.m.Command11.enabled());
-  EXPECT_EQ(d.m.Label_defautP.text(), "ATTENTION : fichier Midi endommagé, morceau tronqué");
-  EXPECT_EQ(d.p.sim_dialogs().boxes,
-            Rows{"La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" + d.s.midi_erreur_texte +
-                 "\r\nLe morceau est tronqué : seules les notes lues avant l'erreur seront perforées."});
+  const std::string cut = "La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n";
+  struct Case {
+    bool complete;
+    int code;
+    const char* service;
+    const char* box_end;  // "": no box
+  } cases[] = {
+      {true, 0, "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.03 m", ""},
+      {false, 1, "ATTENTION : fichier Midi endommagé, morceau tronqué",
+       "\r\nLe morceau est tronqué : seules les notes lues avant l'erreur seront perforées."},
+  };
+  for (const auto& c : cases) {
+    Desk d;
+    const std::string path = d.home + "do.mid";
+    write_file(path, tiny_midi(c.complete));
+    d.p.sim_dialogs().open_answers.push_back(path);
+    d.m.Ouvre_midi.click();
+    EXPECT_EQ(d.s.midi_erreur_code, c.code);
+    // 0 ms + half punch 2; 500 ms is 36 steps: last 35.
+    EXPECT_EQ(d.m.List3.row(0), "0000002 00060 NOTE 0000035");
+    EXPECT_EQ(d.m.List3.rows().back(), "0000035 00060 NTOF ");
+    EXPECT_EQ(d.m.Label9.text(), " 12");
+    EXPECT_EQ(d.m.Label4.text(), c.complete ? path : "") << "no HEAD line behind a stop";
+    EXPECT_EQ(d.m.Text8.text(), "484");
+    EXPECT_EQ(d.m.Label_defautP.text(), c.service);
+    EXPECT_EQ(d.p.sim_dialogs().boxes, *c.box_end ? Rows{cut + d.s.midi_erreur_texte + c.box_end} : Rows{});
+    EXPECT_TRUE(d.m.Command11.enabled());
+  }
 }
 
 }  // namespace

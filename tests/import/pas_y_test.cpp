@@ -2,49 +2,57 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 namespace brivel {
 namespace {
 
 using Rows = std::vector<std::string>;
+
+// "0000077 ##### PASY" and the others, from `first` to `last` by 3.
+Rows pasy(int first, int last) {
+  Rows out;
+  char buf[32];
+  for (int y = first; y <= last; y += 3) {
+    std::snprintf(buf, sizeof buf, "%07d ##### PASY", y);
+    out.push_back(buf);
+  }
+  return out;
+}
 
 TEST(PasY, IntermediateSteps) {
   struct Case {
     const char* what;
     Rows list3;
     Rows pasy;
+    int width = 3;
+    int compteur_Y = 5;  // the counter keeps the last value
   } cases[] = {
       {"held note: +3, +6 ... never on the end row",
        {"0000074 00060 NOTE 0000107", "0000107 00060 NTOF "},
        {"0000077 ##### PASY", "0000080 ##### PASY", "0000083 ##### PASY", "0000086 ##### PASY", "0000089 ##### PASY",
-        "0000092 ##### PASY", "0000095 ##### PASY", "0000098 ##### PASY", "0000101 ##### PASY",
-        "0000104 ##### PASY"}},
+        "0000092 ##### PASY", "0000095 ##### PASY", "0000098 ##### PASY", "0000101 ##### PASY", "0000104 ##### PASY"},
+       3,
+       104},
       {"no longer than the punch", {"0000074 00060 NOTE 0000077", "0000077 00060 NTOF "}, {}},
-      {"one step longer than the punch",
-       {"0000074 00060 NOTE 0000078", "0000078 00060 NTOF "},
-       {"0000077 ##### PASY"}},
+      {"one step longer than the punch", {"0000074 00060 NOTE 0000078", "0000078 00060 NTOF "}, pasy(77, 77), 3, 77},
       {"silence between notes",
        {"0000010 00060 NOTE 0000012", "0000012 00060 NTOF ", "0000050 00062 NOTE 0000052", "0000052 00062 NTOF "},
        {}},
       {"two open notes share one series",
        {"0000010 00060 NOTE 0000030", "0000012 00062 NOTE 0000030", "0000030 00060 NTOF ", "0000030 00062 NTOF "},
-       {"0000015 ##### PASY", "0000018 ##### PASY", "0000021 ##### PASY", "0000024 ##### PASY",
-        "0000027 ##### PASY"}},
+       pasy(15, 27),
+       3,
+       27},
       {"empty list", {}, {}},
+      {"no width, no loop", {"0000000 00060 NOTE 0000100", "0000100 00060 NTOF "}, {}, 0},
   };
   for (const auto& c : cases) {
-    auto r = lignes_pasy(c.list3, 3, 0);
+    auto r = lignes_pasy(c.list3, c.width, 5);
     EXPECT_EQ(r.lignes, c.pasy) << c.what;
+    EXPECT_EQ(r.compteur_Y, c.compteur_Y) << c.what;
     EXPECT_FALSE(r.trop) << c.what;
   }
-}
-
-TEST(PasY, CounterKeepsTheLastValue) {
-  EXPECT_EQ(lignes_pasy({"0000074 00060 NOTE 0000107", "0000107 00060 NTOF "}, 3, 5).compteur_Y, 104);
-  EXPECT_EQ(lignes_pasy({"0000074 00060 NOTE 0000075", "0000075 00060 NTOF "}, 3, 5).compteur_Y, 5);
-}
-
-TEST(PasY, NoWidthNoLoop) {
-  EXPECT_TRUE(lignes_pasy({"0000000 00060 NOTE 0000100", "0000100 00060 NTOF "}, 0, 0).lignes.empty());
 }
 
 TEST(PasY, StopsPast32767Rows) {
