@@ -118,48 +118,6 @@ TEST(BoardModel, LostStepsCountIsHeldUntilTheBareLineFeedThenTheClosingOneIsTake
   EXPECT_FALSE(has_note(b, "dialogue dropped"));
 }
 
-TEST(BoardModel, LostStepsOnTheFeedAndMoreThanTheMove) {
-  BoardModel b(script("D MY 1 4\nD Mx 1 50"));
-  EXPECT_EQ(replies(b, "MY00010\n"), "D");
-  EXPECT_EQ(replies(b, "\n"), "00004");
-  EXPECT_EQ(b.y_position(), 6);
-  EXPECT_EQ(replies(b, "\nMx00020\n\n\n"), "D00050");
-  EXPECT_EQ(b.x_position(), 0) << "a move can't lose more than it makes";
-}
-
-TEST(BoardModel, OriginSearchTellsTheDistanceToTheSwitch) {
-  struct Case {
-    const char* before;
-    const char* search;
-    const char* count;
-    int32_t x_after;
-  } cases[] = {
-      {"OX00220\nMX00300\n", "ORxxxxx\n", "00300", 220},
-      {"OX00220\nMx00300\n", "oRxxxxx\n", "00300", 220},
-      {"OX00000\n", "ORxxxxx\n", "00000", 0},
-      {"OX00050\nMX00123\n", "ORxxxxx\n", "00123", 50},
-  };
-  for (const auto& c : cases) {
-    BoardModel b;
-    replies(b, c.before);
-    EXPECT_EQ(replies(b, c.search), "D") << c.before;
-    EXPECT_EQ(replies(b, "\n"), c.count) << c.before;
-    EXPECT_EQ(b.x_position(), c.x_after) << c.before;
-    EXPECT_EQ(replies(b, "\nONxxxxx\n"), "A") << c.before;
-    EXPECT_FALSE(has_note(b, "dialogue dropped")) << c.before;
-  }
-}
-
-TEST(BoardModel, OriginSearchAnswersPlainAOrAGivenCountOnCue) {
-  BoardModel b(script("A OR 1\nD OR 2 123"));
-  replies(b, "OX00220\nMX00300\n");
-  EXPECT_EQ(replies(b, "ORxxxxx\n"), "A");
-  EXPECT_EQ(b.x_position(), 220);
-  EXPECT_EQ(replies(b, "\n"), "") << "no count follows a plain A";
-  EXPECT_EQ(replies(b, "ORxxxxx\n\n\n"), "D00123");
-  EXPECT_EQ(b.x_position(), 220);
-}
-
 TEST(BoardModel, DetectorPollHasNoClosingLineFeed) {
   BoardModel b;
   b.set_sensor(0, true);
@@ -201,31 +159,45 @@ TEST(BoardModel, EepromReadWritesRawBytes) {
   EXPECT_EQ(b.eeprom()[12], 7);
 }
 
-TEST(BoardModel, FaultRulesByCount) {
+// Scripted faults by count, and the counted replies of lost steps and of the
+// origin search.
+TEST(BoardModel, ScriptedExchanges) {
   struct Case {
     const char* script;
     const char* frames;
     const char* replies;
     size_t holes;
-    int64_t y;
+    int64_t x, y;
   } cases[] = {
-      {"B MY 2", "MY00010\nMY00010\nMY00010\n", "ABA", 0, 20},
-      {"C CZ 1", "CZxxxxx\nCZxxxxx\n", "CA", 1, 0},
-      {"silence CZ 2", "CZxxxxx\nCZxxxxx\nCZxxxxx\n", "AA", 2, 0},
-      {"silence cZ 2", "CZxxxxx\ncZxxxxx\n", "A", 1, 0},  // both cycles count as one kind
-      {"B Mx 1", "mX00010\nMY00005\n", "BA", 0, 5},       // so do the four X moves
-      {"B CZ 1\nC CZ 2", "CZxxxxx\nCZxxxxx\nCZxxxxx\n", "BCA", 1, 0},
-      {"refuse ON 2", "ONxxxxx\nONxxxxx\nONxxxxx\nONxxxxx\n", "BBAA", 0, 0},
-      {"B ON 3", "ONxxxxx\nONxxxxx\nONxxxxx\n", "AAB", 0, 0},
-      {"D CZ 1 0", "CZxxxxx\n\n\n", "D00000", 0, 0},
-      {"B MX 1", "MX00010\nMY00005\n", "BA", 0, 5},
+      {"B MY 2", "MY00010\nMY00010\nMY00010\n", "ABA", 0, 0, 20},
+      {"C CZ 1", "CZxxxxx\nCZxxxxx\n", "CA", 1, 0, 0},
+      {"silence CZ 2", "CZxxxxx\nCZxxxxx\nCZxxxxx\n", "AA", 2, 0, 0},
+      {"silence cZ 2", "CZxxxxx\ncZxxxxx\n", "A", 1, 0, 0},  // both cycles count as one kind
+      {"B Mx 1", "mX00010\nMY00005\n", "BA", 0, 0, 5},       // so do the four X moves; a refused move doesn't move
+      {"B CZ 1\nC CZ 2", "CZxxxxx\nCZxxxxx\nCZxxxxx\n", "BCA", 1, 0, 0},
+      {"refuse ON 2", "ONxxxxx\nONxxxxx\nONxxxxx\nONxxxxx\n", "BBAA", 0, 0, 0},
+      {"B ON 3", "ONxxxxx\nONxxxxx\nONxxxxx\n", "AAB", 0, 0, 0},
+      {"D CZ 1 0", "CZxxxxx\n\n\n", "D00000", 0, 0, 0},
+      {"B MX 1", "MX00010\nMY00005\n", "BA", 0, 0, 5},
+      // Lost steps on the feed, and never more than the move makes.
+      {"D MY 1 4\nD Mx 1 50", "MY00010\n\n\nMx00020\n\n\n", "D00004D00050", 0, 0, 6},
+      // The origin search tells the distance to the switch, then the head is at OX
+      // (the X move before it answers A).
+      {"", "OX00220\nMX00300\nORxxxxx\n\n\nONxxxxx\n", "AD00300A", 0, 220, 0},
+      {"", "OX00220\nMx00300\noRxxxxx\n\n\nONxxxxx\n", "AD00300A", 0, 220, 0},
+      {"", "OX00000\nORxxxxx\n\n\nONxxxxx\n", "D00000A", 0, 0, 0},
+      {"", "OX00050\nMX00123\nORxxxxx\n\n\nONxxxxx\n", "AD00123A", 0, 50, 0},
+      // ... or a plain A, or a given count, on cue; no count follows a plain A.
+      {"A OR 1", "OX00220\nMX00300\nORxxxxx\n\n", "AA", 0, 220, 0},
+      {"A OR 1\nD OR 2 123", "OX00220\nMX00300\nORxxxxx\n\nORxxxxx\n\n\n", "AAD00123", 0, 220, 0},
   };
   for (const auto& c : cases) {
     BoardModel b(script(c.script));
-    EXPECT_EQ(replies(b, c.frames), c.replies) << c.script;
+    EXPECT_EQ(replies(b, c.frames), c.replies) << c.script << " " << c.frames;
     EXPECT_EQ(b.holes().size(), c.holes) << c.script;
+    EXPECT_EQ(b.x_position(), c.x) << c.script;
     EXPECT_EQ(b.y_position(), c.y) << c.script;
-    EXPECT_EQ(b.x_position(), 0) << c.script << ": a refused move doesn't move";
+    EXPECT_FALSE(has_note(b, "dialogue dropped")) << c.script;
   }
 }
 

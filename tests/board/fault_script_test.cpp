@@ -42,23 +42,16 @@ TEST(FaultScript, ReadsEveryVerb) {
 }
 
 TEST(FaultScript, ErrorsNameTheLineAndTheReason) {
+  const std::string unknown = "code que la carte ne connaît pas ou ne répond pas (MX, MY, CZ, OR, ON, VD, rd, wr)";
   struct Case {
     const char* text;
-    const char* error;
+    std::string error;
   } cases[] = {
       {"X MY 1", "Script de défauts, ligne 1 : action inconnue, attendu A, B, C, D, silence ou refuse (« X MY 1 »)"},
-      {"B MY 1\nB MYY 1",
-       "Script de défauts, ligne 2 : code que la carte ne connaît pas ou ne répond pas (MX, MY, CZ, OR, ON, VD, rd, "
-       "wr) (« B MYY 1 »)"},
-      {"B M1 1",
-       "Script de défauts, ligne 1 : code que la carte ne connaît pas ou ne répond pas (MX, MY, CZ, OR, ON, VD, rd, "
-       "wr) (« B M1 1 »)"},
-      {"silence ZZ 4",
-       "Script de défauts, ligne 1 : code que la carte ne connaît pas ou ne répond pas (MX, MY, CZ, OR, ON, VD, rd, "
-       "wr) (« silence ZZ 4 »)"},
-      {"B PX 1",
-       "Script de défauts, ligne 1 : code que la carte ne connaît pas ou ne répond pas (MX, MY, CZ, OR, ON, VD, rd, "
-       "wr) (« B PX 1 »)"},  // a parameter frame gets no reply
+      {"B MY 1\nB MYY 1", "Script de défauts, ligne 2 : " + unknown + " (« B MYY 1 »)"},
+      {"B M1 1", "Script de défauts, ligne 1 : " + unknown + " (« B M1 1 »)"},
+      {"silence ZZ 4", "Script de défauts, ligne 1 : " + unknown + " (« silence ZZ 4 »)"},
+      {"B PX 1", "Script de défauts, ligne 1 : " + unknown + " (« B PX 1 »)"},  // a parameter frame gets no reply
       {"B", "Script de défauts, ligne 1 : code de deux lettres attendu (« B »)"},
       {"\n\nB MY 0", "Script de défauts, ligne 3 : rang attendu, un nombre à partir de 1 (« B MY 0 »)"},
       {"B MY -2", "Script de défauts, ligne 1 : rang attendu, un nombre à partir de 1 (« B MY -2 »)"},

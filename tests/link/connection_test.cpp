@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
+#include <string>
 
 #include "console/pages.h"
 #include "link/line.h"
@@ -11,66 +13,120 @@
 namespace brivel::test {
 namespace {
 
-TEST(Connection, ResetPulseThenDefaultBurstTenMillisecondsApart) {
-  LinkRig r;
-  ASSERT_TRUE(r.connect(10));
-  const auto& modem = r.p.sim_serial().modem_log();
-  ASSERT_EQ(modem.size(), 4u);
-  EXPECT_EQ(modem[1].at_ms, 0);  // both lines up at the opening
-  EXPECT_TRUE(modem[1].dtr && modem[1].rts);
-  EXPECT_EQ(modem[3].at_ms, 401);  // down once 400 ms are past
-  EXPECT_FALSE(modem[3].dtr || modem[3].rts);
-  EXPECT_EQ(r.p.sim_serial().settings(), "57600,n,8,1");
-  // 400 ms and 500 ms, each ending on the first tick past its deadline;
-  // the burst's pauses end 11 ticks on. The PW slot (968) stays empty.
-  EXPECT_EQ(r.frames(), F({{902, "NUxxxxx\n"},
-                           {913, "PX05000\n"},
-                           {924, "PY07500\n"},
-                           {935, "OX00220\n"},
-                           {946, "IZ00002\n"},
-                           {957, "MZ00012\n"},
-                           {979, "cpxxxxx\n"}}));
-  EXPECT_EQ(r.m.Shape1.color(), palette::kLightGreen);
-  EXPECT_EQ(r.m.Shape2.color(), palette::kLightGreen);
-  EXPECT_FALSE(r.p.busy());
+TEST(Connection, ResetPulseThenParameterBurstTenMillisecondsApart) {
+  struct Case {
+    int valid_pwm, check1;
+    std::vector<SimFrame> frames;
+  } cases[] = {
+      // 400 ms and 500 ms, each ending on the first tick past its deadline;
+      // the burst's pauses end 11 ticks on. The PW slot (968) stays empty.
+      {0, 0,
+       F({{902, "NUxxxxx\n"},
+          {913, "PX05000\n"},
+          {924, "PY07500\n"},
+          {935, "OX00220\n"},
+          {946, "IZ00002\n"},
+          {957, "MZ00012\n"},
+          {979, "cpxxxxx\n"}})},
+      {1, 1,
+       F({{902, "NUxxxxx\n"},
+          {913, "PX05000\n"},
+          {924, "PY07500\n"},
+          {935, "OX00220\n"},
+          {946, "IZ00002\n"},
+          {957, "MZ00012\n"},
+          {968, "PW00020\n"},
+          {979, "CPxxxxx\n"}})},
+  };
+  for (const auto& c : cases) {
+    LinkRig r;
+    r.m.valid_pwm.set_value(c.valid_pwm);
+    r.m.Check1.set_value(c.check1);
+    ASSERT_TRUE(r.connect(10));
+    const auto& modem = r.p.sim_serial().modem_log();
+    ASSERT_EQ(modem.size(), 4u);
+    EXPECT_EQ(modem[1].at_ms, 0);  // both lines up at the opening
+    EXPECT_TRUE(modem[1].dtr && modem[1].rts);
+    EXPECT_EQ(modem[3].at_ms, 401);  // down once 400 ms are past
+    EXPECT_FALSE(modem[3].dtr || modem[3].rts);
+    EXPECT_EQ(r.p.sim_serial().settings(), "57600,n,8,1");
+    EXPECT_EQ(r.frames(), c.frames);
+    EXPECT_EQ(r.m.Shape1.color(), palette::kLightGreen);
+    EXPECT_EQ(r.m.Shape2.color(), palette::kLightGreen);
+    EXPECT_FALSE(r.p.busy());
+  }
 }
 
-TEST(Connection, BurstWithChoppedPulsesAndTwoSensorMode) {
-  LinkRig r;
-  r.m.valid_pwm.set_value(1);
-  r.m.Check1.set_value(1);
-  ASSERT_TRUE(r.connect(10));
-  auto f = r.frames();
-  ASSERT_EQ(f.size(), 8u);
-  EXPECT_EQ(f[6], (SimFrame{968, "PW00020\n"}));
-  EXPECT_EQ(f[7], (SimFrame{979, "CPxxxxx\n"}));
-}
-
-TEST(Connection, OpenPortIsNotResetByAnotherOpening) {
-  LinkRig r;
-  ASSERT_TRUE(r.connect(10));
-  auto before = r.mark();
-  ouvre_port(r.c);
-  EXPECT_EQ(r.mark(), before);
-  EXPECT_EQ(r.p.sim_serial().opens(), 1);
-}
-
-TEST(Connection, SameTextInThePortFieldTriggersNothing) {
-  LinkRig r({7, 10});
-  ASSERT_TRUE(r.connect(7));
-  auto before = r.mark();
-  r.m.AdressePort.set_text("7");
-  EXPECT_EQ(r.mark(), before);
-  EXPECT_EQ(r.p.sim_serial().opens(), 1);
-}
-
-TEST(Connection, ChangingThePortFieldMovesTheConnection) {
-  LinkRig r({7, 10});
-  ASSERT_TRUE(r.connect(10));
-  r.m.AdressePort.set_text("7");
-  EXPECT_TRUE(r.p.serial().is_open());
-  EXPECT_EQ(r.p.serial().port_number(), 7);
-  EXPECT_EQ(r.p.sim_serial().opens(), 2);
+// What the port, its number, its lamps and the line show after an operator's
+// action or a device event; `connect` 0 leaves the port closed before it.
+TEST(Connection, ActionsAndDeviceEvents) {
+  using Act = std::function<void(LinkRig&)>;
+  auto field = [](const char* text) -> Act { return [text](LinkRig& r) { r.m.AdressePort.set_text(text); }; };
+  auto arrival = [](const char* name) -> Act { return [name](LinkRig& r) { r.p.sim_devices().arrival_(3, 0, name); }; };
+  const Act reopen = [](LinkRig& r) { ouvre_port(r.c); };
+  const Act scan = [](LinkRig& r) { r.m.Label3.click(); };
+  const Act removal = [](LinkRig& r) { r.p.sim_devices().removal_(); };
+  const Act other_devices = [](LinkRig& r) {
+    r.p.sim_devices().arrival_(2, 0, "COM10");
+    r.p.sim_devices().arrival_(3, 1, "COM10");
+  };
+  const Act arrival_in_run = [](LinkRig& r) {
+    r.s.run_on_stack = true;
+    r.p.sim_devices().arrival_(3, 0, "COM5");
+  };
+  const Act board_back_in_run = [](LinkRig& r) {
+    r.m.Command12.set_enabled(true);  // a run is on the stack
+    r.p.sim_devices().removal_();
+    r.p.sim_devices().arrival_(3, 0, "COM10");
+  };
+  const int G = palette::kLightGreen, R = palette::kLightRed, None = palette::kNone;
+  const std::string found = "xCarte arduino détectée\r\n";
+  const std::string ignored = "xCarte arduino détectée - ignorée : une perforation est en cours\r\n";
+  struct Case {
+    const char* what;
+    std::vector<int> ports;
+    int connect;
+    Act act;
+    bool open;
+    int opens;
+    const char* number;  // in the port field, and the open port's
+    int lamps;
+    int frames;           // written by the action
+    std::string service;  // "": not looked at
+  } cases[] = {
+      {"an open port opened again is not reset", {10}, 10, reopen, true, 1, "10", G, 0, ""},
+      {"the same text in the port field", {7, 10}, 7, field("7"), true, 1, "7", G, 0, ""},
+      {"a new number in the port field moves the link", {7, 10}, 10, field("7"), true, 2, "7", G, 7, ""},
+      {"a scan click with the port open", {3, 10}, 10, scan, true, 1, "10", G, 0, ""},
+      {"a new port arrives: told and connected", {5}, 0, arrival("COM5"), true, 1, "5", G, 7, found},
+      {"arrival on the field's number", {10}, 0, arrival("COM10"), true, 1, "10", G, 7, ""},
+      {"other device types are no ports", {10}, 0, other_devices, false, 0, "10", None, 0, "x"},
+      {"a removal of any device closes the port", {10}, 10, removal, false, 1, "10", R, 0, ""},
+      {"an arrival during a run resets no board", {5, 10}, 10, arrival_in_run, true, 1, "10", G, 0, ignored},
+      {"the board of a run came back", {10}, 10, board_back_in_run, true, 2, "10", G, 7, ""},
+  };
+  for (const auto& c : cases) {
+    LinkRig r({});
+    for (int n : c.ports) r.p.sim_serial().add_port(n, &r.peer);
+    if (c.connect) {
+      ASSERT_TRUE(r.connect(c.connect)) << c.what;
+    }
+    r.m.Label_defautP.set_text("x");
+    const auto before = r.mark();
+    c.act(r);
+    EXPECT_EQ(r.p.serial().is_open(), c.open) << c.what;
+    if (c.open) {
+      EXPECT_EQ(r.p.serial().port_number(), std::stoi(c.number)) << c.what;
+    }
+    EXPECT_EQ(r.p.sim_serial().opens(), c.opens) << c.what;
+    EXPECT_EQ(r.m.AdressePort.text(), c.number) << c.what;
+    EXPECT_EQ(r.m.Shape1.color(), c.lamps) << c.what;
+    EXPECT_EQ(r.m.Shape2.color(), c.lamps) << c.what;
+    EXPECT_EQ(r.frames(before).size(), static_cast<std::size_t>(c.frames)) << c.what;
+    if (!c.service.empty()) {
+      EXPECT_EQ(r.m.Label_defautP.text(), c.service) << c.what;
+    }
+  }
 }
 
 TEST(Connection, PortFieldThatNamesNoPortEndsRed) {
@@ -107,74 +163,6 @@ TEST(Scan, NoPortAtAllEndsAtZeroRedWithNormalPointer) {
   EXPECT_FALSE(r.s.scan_port);
   const auto log = r.p.busy_log();
   EXPECT_NE(std::find(log.begin(), log.end(), true), log.end()) << "the hourglass showed during the scan";
-}
-
-TEST(Scan, ClickWithThePortOpenChangesNothing) {
-  LinkRig r({3, 10});
-  ASSERT_TRUE(r.connect(10));
-  auto before = r.mark();
-  r.m.Label3.click();
-  EXPECT_EQ(r.m.AdressePort.text(), "10");
-  EXPECT_EQ(r.mark(), before);
-}
-
-TEST(Devices, ArrivalOfANewPortAppendsAndConnects) {
-  LinkRig r({5});
-  r.m.Label_defautP.set_text("x");
-  r.p.sim_devices().arrival_(3, 0, "COM5");
-  EXPECT_EQ(r.m.Label_defautP.text(), "xCarte arduino détectée\r\n");
-  EXPECT_EQ(r.m.AdressePort.text(), "5");
-  EXPECT_TRUE(r.p.serial().is_open());
-  EXPECT_EQ(r.p.serial().port_number(), 5);
-  EXPECT_EQ(r.m.Shape1.color(), palette::kLightGreen);
-}
-
-TEST(Devices, ArrivalOnTheSameNumberOpensByItsOwnStep) {
-  LinkRig r;
-  r.p.sim_devices().arrival_(3, 0, "COM10");
-  EXPECT_EQ(r.m.AdressePort.text(), "10");
-  EXPECT_TRUE(r.p.serial().is_open());
-  EXPECT_EQ(r.p.sim_serial().opens(), 1);
-  EXPECT_EQ(r.frame_bytes().size(), 7u);
-}
-
-TEST(Devices, OtherDeviceTypesAreNotPorts) {
-  LinkRig r;
-  r.p.sim_devices().arrival_(2, 0, "COM10");
-  r.p.sim_devices().arrival_(3, 1, "COM10");
-  EXPECT_FALSE(r.p.serial().is_open());
-  EXPECT_EQ(r.m.Label_defautP.text(), "Sélectionner un fichier de paramètres (*.set) ou menu  Fenêtre ");
-}
-
-TEST(Devices, RemovalOfAnyDeviceClosesThePort) {
-  LinkRig r;
-  ASSERT_TRUE(r.connect(10));
-  r.p.sim_devices().removal_();
-  EXPECT_FALSE(r.p.serial().is_open());
-  EXPECT_EQ(r.m.Shape1.color(), palette::kLightRed);
-  EXPECT_EQ(r.m.Shape2.color(), palette::kLightRed);
-}
-
-TEST(Devices, ArrivalDuringARunDoesNotResetTheBoard) {
-  LinkRig r({5, 10});
-  ASSERT_TRUE(r.connect(10));
-  r.s.run_on_stack = true;
-  auto before = r.mark();
-  r.p.sim_devices().arrival_(3, 0, "COM5");
-  EXPECT_EQ(r.mark(), before);
-  EXPECT_EQ(r.p.serial().port_number(), 10);
-  EXPECT_EQ(r.m.AdressePort.text(), "10");
-  EXPECT_NE(r.m.Label_defautP.text().find("ignorée : une perforation est en cours"), std::string::npos);
-}
-
-TEST(Devices, ArrivalDuringARunWhoseBoardWentAwayReconnects) {
-  LinkRig r;
-  ASSERT_TRUE(r.connect(10));
-  r.m.Command12.set_enabled(true);  // a run is on the stack
-  r.p.sim_devices().removal_();
-  r.p.sim_devices().arrival_(3, 0, "COM10");
-  EXPECT_TRUE(r.p.serial().is_open());
-  EXPECT_EQ(r.p.sim_serial().opens(), 2);
 }
 
 TEST(Guard, RefusesWithThePortClosed) {

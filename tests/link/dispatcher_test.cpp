@@ -44,6 +44,11 @@ TEST(CountedExchange, TwoLineFeedsAndBackToSingleMode) {
   auto from = r.mark();
   ASSERT_EQ(ecrit_et_attend(r.c, "MX01200\n", kRepA | kRepB | kRepD), Attente::Reponse);
   ASSERT_TRUE(r.s.rep_D);
+  // The traffic recorder keeps the frame and the reply with their ticks.
+  auto lines = lignes_trafic(r.s.trafic);
+  ASSERT_GE(lines.size(), 3u);
+  EXPECT_EQ(lines[lines.size() - 2], "        990 > MX01200<LF>");
+  EXPECT_EQ(lines.back(), "        991 < D");
   std::string got;
   ASSERT_EQ(debut_echange_compte(r.c, got), Attente::Reponse);
   EXPECT_EQ(got, "00012");
@@ -140,17 +145,6 @@ TEST(Waits, MoveTimeOutGrowsWithTheMove) {
   EXPECT_EQ(delai_mouvement_ms(0, 5000), kDelaiReponseMs);
   EXPECT_EQ(delai_mouvement_ms(1000, 5000), kDelaiReponseMs + 10000);
   EXPECT_EQ(delai_mouvement_ms(1000, -5), kDelaiReponseMs);
-}
-
-TEST(Recorder, KeepsFramesRepliesAndIncidentsWithTheirTicks) {
-  Connected r;
-  r.peer.queue("MX", "D");
-  r.peer.after_lf("00012");
-  ASSERT_EQ(ecrit_et_attend(r.c, "MX01200\n", kRepA | kRepB | kRepD), Attente::Reponse);
-  auto lines = lignes_trafic(r.s.trafic);
-  ASSERT_GE(lines.size(), 3u);
-  EXPECT_EQ(lines[lines.size() - 2], "        990 > MX01200<LF>");
-  EXPECT_EQ(lines.back(), "        991 < D");
 }
 
 TEST(Recorder, KeepsOnlyTheLastFewHundred) {

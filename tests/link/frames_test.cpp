@@ -44,21 +44,9 @@ TEST(NumberFrame, FromFieldTextByTheNumericPrefix) {
   EXPECT_FALSE(number_frame_from_text("MX", "-3").has_value());
 }
 
-TEST(NumberFrame, PxOfFiveThousandByteByByte) {
-  auto f = number_frame("PX", 5000);
-  ASSERT_TRUE(f);
-  const char expected[] = {'P', 'X', '0', '5', '0', '0', '0', 10};
-  EXPECT_EQ(*f, std::string(expected, 8));
-}
-
 TEST(FixedFrame, CodeAndFiveLetters) {
   EXPECT_EQ(fixed_frame("NU"), "NUxxxxx\n");
   EXPECT_EQ(fixed_frame("cZ"), "cZxxxxx\n");
-}
-
-TEST(RefusalText, NamesTheCommandAndTheValue) {
-  EXPECT_EQ(refusal_text("MX", 123456),
-            "Valeur 123456 refusée pour la commande MX : la machine n'accepte que 0 à 99999 - rien n'a été envoyé");
 }
 
 TEST(SingleReply, EachCharacterRaisesOneFlagOnly) {

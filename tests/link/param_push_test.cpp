@@ -22,62 +22,48 @@ TEST(LiveFrames, OneFramePerKeystrokeTwelveTicksApart) {
   const int64_t t0 = r.p.now();
   for (const char* typed : {"5", "50", "500", "5000"}) r.m.VitesseX.set_text(typed);
   // One turn (1 tick), then 10 ms ending on the 11th tick.
-  EXPECT_EQ(r.frames(from), F({{t0, "PX00005\n"}, {t0 + 12, "PX00050\n"}, {t0 + 24, "PX00500\n"}, {t0 + 36, "PX05000\n"}}));
+  EXPECT_EQ(r.frames(from),
+            F({{t0, "PX00005\n"}, {t0 + 12, "PX00050\n"}, {t0 + 24, "PX00500\n"}, {t0 + 36, "PX05000\n"}}));
 }
 
+// A value field typed in sends its frame on a parameter page with the port
+// open, and nothing anywhere else.
 TEST(LiveFrames, EachValueFieldHasItsCode) {
+  const auto motors = fenetre_moteurs_Click, notes = fenetre_notes_Click, run = fenetre_perforation_Click;
+  const std::string refused =
+      "Valeur 123456 refusée pour la commande PX : la machine n'accepte que 0 à 99999 - rien n'a été envoyé";
   struct Case {
+    void (*page)(Context&);
+    bool open;
     Element Model::*field;
     const char* text;
-    const char* frame;
+    std::vector<std::string> frames;
+    std::string service = "";  // "": not looked at
   } cases[] = {
-      {&Model::VitesseX, "4000", "PX04000\n"}, {&Model::VitesseY, "12.5", "PY00013\n"},
-      {&Model::Text_origineX, "", "OX00000\n"}, {&Model::TempoZ, "3", "IZ00003\n"},
-      {&Model::MaxZ, "20ms", "MZ00020\n"},
+      {motors, true, &Model::VitesseX, "4000", {"PX04000\n"}},
+      {motors, true, &Model::VitesseY, "12.5", {"PY00013\n"}},
+      {motors, true, &Model::Text_origineX, "", {"OX00000\n"}},
+      {motors, true, &Model::TempoZ, "3", {"IZ00003\n"}},
+      {motors, true, &Model::MaxZ, "20ms", {"MZ00020\n"}},
+      {notes, true, &Model::MaxZ, "13", {"MZ00013\n"}},  // the note page is a parameter page too
+      {run, true, &Model::VitesseX, "4000", {}},
+      {motors, false, &Model::VitesseX, "4000", {}},
+      {motors, true, &Model::VitesseX, "123456", {}, refused},  // a sixth digit is refused with a message
+      {motors, true, &Model::VitesseX, "-5", {}},
   };
-  for (const auto& k : cases) {
-    OnMotorPage r;
-    auto from = r.mark();
-    (r.m.*k.field).set_text(k.text);
-    EXPECT_EQ(r.frame_bytes(from), std::vector<std::string>{k.frame}) << k.frame;
-  }
-}
-
-TEST(LiveFrames, NoteDefinitionPageIsAParameterPageToo) {
-  LinkRig r;
-  fenetre_notes_Click(r.c);
-  ASSERT_TRUE(r.connect(10));
-  auto from = r.mark();
-  r.m.MaxZ.set_text("13");
-  EXPECT_EQ(r.frame_bytes(from), std::vector<std::string>{"MZ00013\n"});
-}
-
-TEST(LiveFrames, NothingOnTheRunPageOrWithThePortClosed) {
-  {
+  for (const auto& c : cases) {
     LinkRig r;
-    ASSERT_TRUE(r.connect(10));
-    fenetre_perforation_Click(r.c);
+    c.page(r.c);
+    if (c.open) {
+      ASSERT_TRUE(r.connect(10));
+    }
     auto from = r.mark();
-    r.m.VitesseX.set_text("4000");
-    EXPECT_TRUE(r.frames(from).empty());
+    (r.m.*c.field).set_text(c.text);
+    EXPECT_EQ(r.frame_bytes(from), c.frames) << c.text;
+    if (!c.service.empty()) {
+      EXPECT_EQ(r.m.Label_defautP.text(), c.service);
+    }
   }
-  {
-    LinkRig r;
-    fenetre_moteurs_Click(r.c);
-    r.m.VitesseX.set_text("4000");
-    EXPECT_TRUE(r.frames().empty());
-  }
-}
-
-TEST(LiveFrames, ValueThatNeedsASixthDigitIsRefusedWithAMessage) {
-  OnMotorPage r;
-  auto from = r.mark();
-  r.m.VitesseX.set_text("123456");
-  EXPECT_TRUE(r.frames(from).empty());
-  EXPECT_EQ(r.m.Label_defautP.text(),
-            "Valeur 123456 refusée pour la commande PX : la machine n'accepte que 0 à 99999 - rien n'a été envoyé");
-  r.m.VitesseX.set_text("-5");
-  EXPECT_TRUE(r.frames(from).empty());
 }
 
 TEST(ChoppedPulses, CheckSendsPwWithTheValueUncheckSendsPwOff) {
