@@ -43,42 +43,34 @@ TEST(Scale, CalculationFillsAndLocks) {
   EXPECT_TRUE(locked(d.m));
 }
 
-TEST(Scale, ReversedTableRunsFromTheFarTrack) {
-  NotesPage d;
-  d.m.NBTouches.set_text("3");
-  d.m.Check6.set_value(1);
-  d.m.Calculer_pas_X.operator_click();
-  EXPECT_EQ(positions(d.m, 1, 4), (std::vector<std::string>{"70", "50", "30", "75"}));
-}
-
-TEST(Scale, HalvesGoToTheEvenPosition) {
-  NotesPage d;
-  d.m.NBTouches.set_text("4");
-  d.m.Text12.set_text("0.5");
-  d.m.Text13.set_text("1");
-  d.m.Text11.set_text("1");
-  d.m.Calculer_pas_X.operator_click();
-  EXPECT_EQ(positions(d.m, 1, 4), (std::vector<std::string>{"0", "2", "2", "4"}));
-}
-
 // NBTouches is read by the numeric-prefix rule: a text that starts with no
-// number counts no track, one that starts with 3 counts three.
-TEST(Scale, TrackCountReadByItsLeadingNumber) {
+// number counts no track, one that starts with 3 counts three. Tracks above
+// the count keep their positions.
+TEST(Scale, CalculatedPositions) {
   struct Case {
-    const char* text;
+    std::vector<std::pair<const char*, const char*>> fields;
+    int check6;  // the reversed table runs from the far track
     std::vector<std::string> first_four;
   } cases[] = {
-      {"0", {"25", "42", "58", "75"}},   {"", {"25", "42", "58", "75"}},
-      {"abc", {"25", "42", "58", "75"}}, {"-2", {"25", "42", "58", "75"}},
-      {"3abc", {"30", "50", "70", "75"}}, {" 2.9", {"30", "50", "58", "75"}},
+      {{{"NBTouches", "3"}}, 1, {"70", "50", "30", "75"}},
+      {{{"NBTouches", "1"}, {"Text12", "10"}, {"Text11", "0.5"}}, 1, {"20", "42", "58", "75"}},
+      // 0.5, 1.5, 2.5, 3.5 go to the even neighbour.
+      {{{"NBTouches", "4"}, {"Text12", "0.5"}, {"Text13", "1"}, {"Text11", "1"}}, 0, {"0", "2", "2", "4"}},
+      {{{"NBTouches", "0"}}, 0, {"25", "42", "58", "75"}},
+      {{{"NBTouches", ""}}, 0, {"25", "42", "58", "75"}},
+      {{{"NBTouches", "abc"}}, 0, {"25", "42", "58", "75"}},
+      {{{"NBTouches", "-2"}}, 0, {"25", "42", "58", "75"}},
+      {{{"NBTouches", "3abc"}}, 0, {"30", "50", "70", "75"}},
+      {{{"NBTouches", " 2.9"}}, 0, {"30", "50", "58", "75"}},
   };
   for (const auto& c : cases) {
     NotesPage d;
-    d.m.NBTouches.set_text(c.text);
+    for (const auto& [name, text] : c.fields) d.m.get(name).set_text(text);
+    d.m.Check6.set_value(c.check6);
     d.m.Calculer_pas_X.operator_click();
-    EXPECT_EQ(positions(d.m, 1, 4), c.first_four) << c.text;
-    EXPECT_TRUE(locked(d.m)) << c.text;
-    EXPECT_TRUE(d.p.sim_dialogs().boxes.empty()) << c.text;
+    EXPECT_EQ(positions(d.m, 1, 4), c.first_four) << c.fields[0].second;
+    EXPECT_TRUE(locked(d.m)) << c.fields[0].second;
+    EXPECT_EQ(d.p.sim_dialogs().boxes.size(), static_cast<std::size_t>(c.check6)) << "the talon reminder only";
   }
 }
 
@@ -138,43 +130,48 @@ struct Head : LinkRig {
   }
 };
 
-TEST(Scale, PerfoOnTheTrackUnderTheHead) {
-  Head h;
-  fenetre_notes_Click(h.c);
-  h.m.LabelX.set_text("108");  // Position(6), note 60
-  h.s.sens_X = true;
-  auto from = h.mark();
-  h.m.perfo(6).operator_click();
-  EXPECT_FALSE(h.s.sens_X);
-  EXPECT_EQ(h.m.nb_PasX.text(), "0");
-  EXPECT_EQ(h.m.affiche_note.text(), "Do");
-  EXPECT_EQ(h.frame_bytes(from), (std::vector<std::string>{"AGxxxxx\n", "Mx00000\n", "ZGxxxxx\n"}));
-}
-
+// A track's perfo button moves the head over it, from the page of notes as
+// a working sequence, from the run engine as one move.
 TEST(Scale, PerfoDirectionAndCount) {
+  const std::string no_name = "Note(4) = \"130\" n'est pas un numéro de note Midi : saisir un nombre entier de 0 à 127";
   struct Case {
+    bool notes_page;
     int k;
     const char* labelx;
+    const char* note;  // typed in Note(k) first; nullptr: the default scale
     bool sens;
     const char* nb;
-    const char* frame;
+    std::vector<std::string> frames;
     const char* name;
+    std::vector<std::string> boxes;
   } cases[] = {
-      {1, "0", true, "25", "MX00025\n", "La"},
-      {2, "100", false, "58", "Mx00058\n", "Do"},
-      {29, "490", false, "0", "Mx00000\n", "Sol#"},
+      {true, 6, "108", nullptr, false, "0", {"AGxxxxx\n", "Mx00000\n", "ZGxxxxx\n"}, "Do", {}},  // note 60
+      {false, 1, "0", nullptr, true, "25", {"MX00025\n"}, "La", {}},
+      {false, 2, "100", nullptr, false, "58", {"Mx00058\n"}, "Do", {}},
+      {false, 29, "490", nullptr, false, "0", {"Mx00000\n"}, "Sol#", {}},
+      // Without a note name the head still moves, and the box says why.
+      {true, 4, "0", "130", true, "75", {"AGxxxxx\n", "MX00075\n", "ZGxxxxx\n"}, "", {no_name}},
   };
   for (const auto& c : cases) {
     Head h;
-    // On the page "Perforation", as the run engine calls it: no working sequence.
-    fenetre_perforation_Click(h.c);
+    if (c.notes_page)
+      fenetre_notes_Click(h.c);
+    else
+      fenetre_perforation_Click(h.c);
+    if (c.note) h.m.Note(c.k).set_text(c.note);
     h.m.LabelX.set_text(c.labelx);
+    h.m.affiche_note.set_text("?");
+    h.s.sens_X = !c.sens;
     auto from = h.mark();
-    perfo_Click(h.c, c.k);
+    if (c.notes_page)
+      h.m.perfo(c.k).operator_click();
+    else
+      perfo_Click(h.c, c.k);
     EXPECT_EQ(h.s.sens_X, c.sens) << c.k;
     EXPECT_EQ(h.m.nb_PasX.text(), c.nb) << c.k;
     EXPECT_EQ(h.m.affiche_note.text(), c.name) << c.k;
-    EXPECT_EQ(h.frame_bytes(from), std::vector<std::string>{c.frame}) << c.k;
+    EXPECT_EQ(h.frame_bytes(from), c.frames) << c.k;
+    EXPECT_EQ(h.p.sim_dialogs().boxes, c.boxes) << c.k;
   }
 }
 
@@ -188,21 +185,6 @@ TEST(Scale, PerfoLeavesTheHeadToAnOriginSearch) {
   EXPECT_EQ(h.m.nb_PasX.text(), "200");
   EXPECT_TRUE(h.frame_bytes(from).empty());
   EXPECT_EQ(h.m.affiche_note.text(), "Ré");
-}
-
-TEST(Scale, PerfoWithoutANoteNameStillMovesAndSaysWhy) {
-  Head h;
-  fenetre_notes_Click(h.c);
-  h.m.Note(4).set_text("130");
-  h.m.LabelX.set_text("0");
-  h.m.affiche_note.set_text("Do");
-  auto from = h.mark();
-  h.m.perfo(4).operator_click();
-  EXPECT_EQ(h.m.affiche_note.text(), "");
-  EXPECT_EQ(h.frame_bytes(from), (std::vector<std::string>{"AGxxxxx\n", "MX00075\n", "ZGxxxxx\n"}));
-  EXPECT_EQ(h.p.sim_dialogs().boxes,
-            std::vector<std::string>{
-                "Note(4) = \"130\" n'est pas un numéro de note Midi : saisir un nombre entier de 0 à 127"});
 }
 
 TEST(Scale, PerfoOutsideTheTableIsRefused) {
