@@ -44,14 +44,34 @@ TEST(ScriptRunner, FailuresAndErrorsNameTheLine) {
     int line;
   } cases[] = {
       {"expect VitesseX = 5000\nexpect VitesseX = 4000\n", ScriptStatus::Failed, 2},
-      {"click Command11\n", ScriptStatus::Failed, 1},        // disabled at start
-      {"wait LabelX = 99 0.5\n", ScriptStatus::Failed, 1},   // never comes
+      {"click Command11\n", ScriptStatus::Failed, 1},       // disabled at start
+      {"wait LabelX = 99 0.5\n", ScriptStatus::Failed, 1},  // never comes
       {"\nfly away\n", ScriptStatus::ScriptError, 2},
       {"set NoSuchField 3\n", ScriptStatus::ScriptError, 1},
-      {"set Label4 x\n", ScriptStatus::ScriptError, 1},      // not a text field
+      {"set Label4 x\n", ScriptStatus::ScriptError, 1},  // not a text field
       {"check Demipas 7\n", ScriptStatus::ScriptError, 1},
       {"wait LabelX ~ (\n", ScriptStatus::ScriptError, 1},
       {"select File1 absent.set\n", ScriptStatus::Failed, 1},
+      {"answer open\n", ScriptStatus::ScriptError, 1},
+      {"answer open /a/x.mid /b/y.mid\n", ScriptStatus::ScriptError, 1},  // a selection lies in one folder
+      {"answer maybe\n", ScriptStatus::ScriptError, 1},
+      {"check Valcalc 2\n", ScriptStatus::ScriptError, 1},  // an option is on or off
+      {"check nb_PasX 1\n", ScriptStatus::ScriptError, 1},
+      {"select Demipas x\n", ScriptStatus::ScriptError, 1},
+      {"click Nowhere\n", ScriptStatus::ScriptError, 1},
+      {"print Nowhere\n", ScriptStatus::ScriptError, 1},
+      {"pause soon\n", ScriptStatus::ScriptError, 1},
+      {"pause -5\n", ScriptStatus::ScriptError, 1},
+      {"pause inf\n", ScriptStatus::ScriptError, 1},
+      {"wait LabelX 12\n", ScriptStatus::ScriptError, 1},
+      {"wait LabelX = a b inf\n", ScriptStatus::ScriptError, 1},  // a limit that never comes
+      {"wait LabelX = a b -1\n", ScriptStatus::ScriptError, 1},
+      {"wait LabelX = a b nan\n", ScriptStatus::ScriptError, 1},
+      {"quit now\n", ScriptStatus::ScriptError, 1},  // words behind a command are refused, not dropped
+      {"answer yes please\n", ScriptStatus::ScriptError, 1},
+      {"print LabelX LabelY\n", ScriptStatus::ScriptError, 1},
+      {"click Command11 twice\n", ScriptStatus::ScriptError, 1},
+      {"expect LabelX == 12\n", ScriptStatus::ScriptError, 1},
   };
   for (const auto& c : cases) {
     Scripted t;
@@ -65,15 +85,15 @@ TEST(ScriptRunner, TypingChecksAndReadingByKind) {
   Scripted t;
   ScriptResult r = t.runner.run(
       "click fenetre_moteurs\n"
-      "set\tnb_PasX\t12\n"      // tabs separate like blanks
+      "set\tnb_PasX\t12\n"  // tabs separate like blanks
       "print nb_PasX\n"
-      "set VitesseX  7\n"         // the text is the rest after one blank
+      "set VitesseX  7\n"  // the text is the rest after one blank
       "print VitesseX\n"
-      "set Text_origineX\n"       // nothing typed: an empty field
+      "set Text_origineX\n"  // nothing typed: an empty field
       "print Text_origineX\n"
       "check Demipas 0\n"
-      "print Demipas\n"           // a check box reads as its value
-      "print About.nb_trou\n"     // a hidden button reads as its caption
+      "print Demipas\n"        // a check box reads as its value
+      "print About.nb_trou\n"  // a hidden button reads as its caption
       "expect nb_PasX ~ 1[0-9]\n"
       "expect Label_defautP ~ Sélectionner.*\n"
       "click fenetre_notes\n"
@@ -124,37 +144,6 @@ TEST(ScriptRunner, DialogAnswersAreQueuedInOrder) {
   ASSERT_EQ(d.input_answers.size(), 2u);
   EXPECT_EQ(d.input_answers[0], std::optional<std::string>("10 h 30"));
   EXPECT_EQ(d.input_answers[1], std::optional<std::string>(""));
-}
-
-TEST(ScriptRunner, ScriptErrors) {
-  const char* scripts[] = {
-      "answer open\n",
-      "answer open /a/x.mid /b/y.mid\n",  // a selection lies in one folder
-      "answer maybe\n",
-      "check Valcalc 2\n",  // an option is on or off
-      "check nb_PasX 1\n",
-      "select Demipas x\n",
-      "click Nowhere\n",
-      "print Nowhere\n",
-      "pause soon\n",
-      "pause -5\n",
-      "pause inf\n",
-      "wait LabelX 12\n",
-      "wait LabelX = a b inf\n",  // a limit that never comes
-      "wait LabelX = a b -1\n",
-      "wait LabelX = a b nan\n",
-      "quit now\n",  // words behind a command are refused, not dropped
-      "answer yes please\n",
-      "print LabelX LabelY\n",
-      "click Command11 twice\n",
-      "expect LabelX == 12\n",
-  };
-  for (const char* script : scripts) {
-    Scripted t;
-    ScriptResult r = t.runner.run(script);
-    EXPECT_EQ(r.status, ScriptStatus::ScriptError) << script;
-    EXPECT_EQ(r.line, 1) << script;
-  }
 }
 
 TEST(ScriptRunner, WaitsAndPausesRunOnTheConsoleClock) {

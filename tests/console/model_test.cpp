@@ -182,13 +182,17 @@ TEST_F(Pages, EachPageShowsItsFramesAndSetsTheWindow) {
       {&Model::Origine_N, false, false, true},
   };
   s.mesure_origine = -1;
+  s.visu_active = true;
   m.fenetre_moteurs.operator_click();
   EXPECT_EQ(s.mesure_origine, 0);
   for (auto& t : table) EXPECT_EQ((m.*t.e).visible(), t.mot) << (m.*t.e).name();
   EXPECT_EQ(m.Brivel.width(), 8505);
   EXPECT_TRUE(m.Sauve_param.enabled());
+  EXPECT_TRUE(m.Timer1.enabled()) << "the detector view polls on the motor page";
   m.fenetre_notes.operator_click();
   for (auto& t : table) EXPECT_EQ((m.*t.e).visible(), t.notes) << (m.*t.e).name();
+  EXPECT_FALSE(m.Timer1.enabled());
+  EXPECT_TRUE(s.visu_active) << "but stays on";
   m.fenetre_perforation.operator_click();
   for (auto& t : table) EXPECT_EQ((m.*t.e).visible(), t.perf) << (m.*t.e).name();
   EXPECT_EQ(m.Brivel.width(), 6810);
@@ -217,15 +221,6 @@ TEST_F(Pages, MotorPageComputesTheYStepAndResetsTheBridgeFrame) {
   EXPECT_EQ(m.Def_ponts.text(), "Définir");
   EXPECT_FALSE(m.Calc_ponts.visible());
   EXPECT_DOUBLE_EQ(s.pas_Y_mm, 10 * 0.083);
-}
-
-TEST_F(Pages, DetectorTimerFollowsThePages) {
-  s.visu_active = true;
-  m.fenetre_moteurs.operator_click();
-  EXPECT_TRUE(m.Timer1.enabled());
-  m.fenetre_notes.operator_click();
-  EXPECT_FALSE(m.Timer1.enabled());
-  EXPECT_TRUE(s.visu_active);
 }
 
 TEST_F(Pages, SmallHandlersOfTheConsole) {

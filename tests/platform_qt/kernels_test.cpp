@@ -26,10 +26,11 @@ fs::path fresh_dir(const char* tag) {
   return d;
 }
 
-TEST(PortTable, LinksFirstThenUsbDevicesNeverBuiltInPorts) {
+TEST(PortTable, NumbersToDevicesAndBack) {
   fs::path ports = fresh_dir("ports");
   fs::create_symlink("/dev/null", ports / "com7");
   fs::create_symlink("/dev/ttyUSB4", ports / "com2");  // a link wins over the table
+  fs::create_symlink("/dev/null", ports / "notaport");
   struct Case {
     int n;
     std::string path;
@@ -45,22 +46,16 @@ TEST(PortTable, LinksFirstThenUsbDevicesNeverBuiltInPorts) {
   for (const auto& c : cases) EXPECT_EQ(port_device_path(c.n, ports.string()), c.path) << c.n;
   EXPECT_EQ(port_device_path(7, ""), "/dev/ttyACM6") << "no ports folder: the table alone";
   EXPECT_EQ(port_device_path(7, (ports / "absent").string()), "/dev/ttyACM6");
-  fs::remove_all(ports);
-}
-
-TEST(PortTable, DeviceNodesBackToNumbers) {
-  fs::path ports = fresh_dir("nodes");
-  fs::create_symlink("/dev/null", ports / "com7");
-  fs::create_symlink("/dev/null", ports / "notaport");
-  struct Case {
+  // Built-in ports never get a number.
+  struct Node {
     const char* node;
     int n;
-  } cases[] = {
-      {"/dev/ttyACM0", 1},   {"/dev/ttyACM15", 16}, {"/dev/ttyACM16", 0}, {"/dev/ttyUSB0", 17},
-      {"/dev/ttyUSB3", 20},  {"/dev/ttyUSB15", 32}, {"/dev/ttyUSB16", 0}, {"/dev/ttyS0", 0},
-      {"/dev/ttyACM", 0},    {"/dev/ttyACM1x", 0},  {"/dev/tty0", 0},     {"/dev/null", 7},  // named by a link
+  } nodes[] = {
+      {"/dev/ttyACM0", 1},  {"/dev/ttyACM15", 16}, {"/dev/ttyACM16", 0}, {"/dev/ttyUSB0", 17},
+      {"/dev/ttyUSB3", 20}, {"/dev/ttyUSB15", 32}, {"/dev/ttyUSB16", 0}, {"/dev/ttyS0", 0},
+      {"/dev/ttyACM", 0},   {"/dev/ttyACM1x", 0},  {"/dev/tty0", 0},     {"/dev/null", 7},  // named by a link
   };
-  for (const auto& c : cases) EXPECT_EQ(port_number_of_device(c.node, ports.string()), c.n) << c.node;
+  for (const auto& c : nodes) EXPECT_EQ(port_number_of_device(c.node, ports.string()), c.n) << c.node;
   fs::remove_all(ports);
 }
 

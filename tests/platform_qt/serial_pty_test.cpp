@@ -63,6 +63,13 @@ class QtSerial : public ::testing::Test {
     ASSERT_TRUE(pty.ok());
     p.set_ports_folder(pty.ports.string());
   }
+  // Port 7 open on the pty.
+  SerialPort& open7() {
+    SerialPort& s = p.serial();
+    EXPECT_TRUE(s.set_port_number(7));
+    EXPECT_TRUE(s.open());
+    return s;
+  }
   // Turns the loop until `done` or two seconds have passed.
   template <class F>
   void turn_until(F done) {
@@ -73,9 +80,7 @@ class QtSerial : public ::testing::Test {
 };
 
 TEST_F(QtSerial, OpensWritesAndReceivesAtATurnThenReopens) {
-  SerialPort& s = p.serial();
-  ASSERT_TRUE(s.set_port_number(7));
-  ASSERT_TRUE(s.open());
+  SerialPort& s = open7();
   s.set_settings("57600,n,8,1");
   s.set_dtr(true);  // a pty has no modem lines: this fails there, silently
   s.set_rts(true);
@@ -112,9 +117,7 @@ TEST_F(QtSerial, OpensWritesAndReceivesAtATurnThenReopens) {
 }
 
 TEST_F(QtSerial, ACountedReplyRaisesOneEventWhenItsFiveCharactersAreIn) {
-  SerialPort& s = p.serial();
-  ASSERT_TRUE(s.set_port_number(7));
-  ASSERT_TRUE(s.open());
+  SerialPort& s = open7();
   std::vector<std::string> events;
   s.set_on_comm([&](int) { events.push_back(s.input()); });
   s.set_rthreshold(5);
@@ -141,9 +144,7 @@ TEST_F(QtSerial, ACountedReplyRaisesOneEventWhenItsFiveCharactersAreIn) {
 }
 
 TEST_F(QtSerial, AHandlerThatLeavesTheBytesIsNotCalledOverAndOver) {
-  SerialPort& s = p.serial();
-  ASSERT_TRUE(s.set_port_number(7));
-  ASSERT_TRUE(s.open());
+  SerialPort& s = open7();
   int events = 0;
   s.set_on_comm([&](int) { ++events; });  // a counted reply already pending: nothing read
   pty.send("X");
@@ -155,9 +156,7 @@ TEST_F(QtSerial, AHandlerThatLeavesTheBytesIsNotCalledOverAndOver) {
 }
 
 TEST_F(QtSerial, BytesThatComeWhileAHandlerWaitsInsideAreNotLost) {
-  SerialPort& s = p.serial();
-  ASSERT_TRUE(s.set_port_number(7));
-  ASSERT_TRUE(s.open());
+  SerialPort& s = open7();
   std::vector<std::string> events;
   s.set_on_comm([&](int) {
     events.push_back(s.input());
@@ -173,9 +172,7 @@ TEST_F(QtSerial, BytesThatComeWhileAHandlerWaitsInsideAreNotLost) {
 }
 
 TEST_F(QtSerial, ADeviceThatGoesAwayFailsTheWrites) {
-  SerialPort& s = p.serial();
-  ASSERT_TRUE(s.set_port_number(7));
-  ASSERT_TRUE(s.open());
+  SerialPort& s = open7();
   close(pty.master);  // the board is unplugged
   pty.master = -1;
   bool written = true;
@@ -192,9 +189,7 @@ TEST_F(QtSerial, ALineWhoseOtherEndIsGoneIsSeenAtOnceWithoutAWrite) {
   // gone, and the console told as by a removal.
   int removals = 0;
   p.devices().set_on_removal([&] { ++removals; });
-  SerialPort& s = p.serial();
-  ASSERT_TRUE(s.set_port_number(7));
-  ASSERT_TRUE(s.open());
+  SerialPort& s = open7();
   close(pty.master);
   pty.master = -1;
   const int32_t t0 = p.tick_ms();
@@ -206,7 +201,7 @@ TEST_F(QtSerial, ALineWhoseOtherEndIsGoneIsSeenAtOnceWithoutAWrite) {
   EXPECT_NE(s.last_error().find("liaison perdue"), std::string::npos) << s.last_error();
 }
 
-TEST_F(QtSerial, AFailedOpeningSaysWhy) {
+TEST_F(QtSerial, AFailedOpeningOrNumberSaysWhy) {
   std::ofstream(pty.ports / "plain.txt") << "x";
   fs::create_symlink(pty.ports / "plain.txt", pty.ports / "com8");
   fs::create_symlink(pty.ports, pty.ports / "com9");
@@ -225,19 +220,9 @@ TEST_F(QtSerial, AFailedOpeningSaysWhy) {
     EXPECT_FALSE(s.open());
     EXPECT_EQ(s.last_error().rfind(c.why, 0), 0u) << s.last_error();
   }
+  for (int outside : {0, -1, 33}) EXPECT_FALSE(s.set_port_number(outside)) << outside;
   EXPECT_FALSE(s.set_port_number(40));
   EXPECT_EQ(s.last_error().rfind("Port 40 : aucun port série ne porte ce numéro", 0), 0u) << s.last_error();
-  ASSERT_TRUE(s.set_port_number(7));
-  ASSERT_TRUE(s.open());
-  EXPECT_EQ(s.last_error(), "");
-  s.close();
-}
-
-TEST_F(QtSerial, NumbersOutsideTheTableAndMissingDevicesAreRefused) {
-  SerialPort& s = p.serial();
-  EXPECT_FALSE(s.set_port_number(0));
-  EXPECT_FALSE(s.set_port_number(-1));
-  EXPECT_FALSE(s.set_port_number(33));
   // Port 3 has no link: the table's /dev/ttyACM2, absent on a test machine
   // without boards.
   if (!fs::exists("/dev/ttyACM2")) {
@@ -245,6 +230,10 @@ TEST_F(QtSerial, NumbersOutsideTheTableAndMissingDevicesAreRefused) {
     EXPECT_FALSE(s.open());
     EXPECT_FALSE(s.is_open());
   }
+  ASSERT_TRUE(s.set_port_number(7));
+  ASSERT_TRUE(s.open());
+  EXPECT_EQ(s.last_error(), "");
+  s.close();
 }
 
 }  // namespace

@@ -30,12 +30,30 @@ TEST(ManualControl, EachCommandIsOneWorkingSequence) {
   }
 }
 
-TEST(ManualControl, RefusedWithThePortClosed) {
-  SimConsole sc;
-  fenetre_moteurs_Click(sc.c);
-  sc.m.CommandeX_P.operator_click();
-  EXPECT_TRUE(sc.p.line().empty());
-  EXPECT_NE(sc.m.Label_defautP.text().find("Machine non connectée"), std::string::npos);
+// Every machine tool asks for the machine first: with the port closed it
+// sends nothing and says so.
+TEST(MachineTools, RefusedWithThePortClosed) {
+  struct Case {
+    Element Model::*button;
+    bool by_hand;  // the EEPROM buttons lie on another window: clicked by the program
+  } cases[] = {{&Model::CommandeX_P, true},
+               {&Model::CalibrerZ, true},
+               {&Model::visu_detecteurs, true},
+               {&Model::eeprom_read, false},
+               {&Model::eeprom_write, false}};
+  for (const auto& c : cases) {
+    SimConsole sc;
+    fenetre_moteurs_Click(sc.c);
+    Element& e = sc.m.*c.button;
+    if (c.by_hand) {
+      EXPECT_TRUE(e.operator_click()) << e.name();
+    } else {
+      e.click();
+    }
+    EXPECT_TRUE(sc.p.line().empty()) << e.name();
+    EXPECT_NE(sc.m.Label_defautP.text().find("Machine non connectée"), std::string::npos) << e.name();
+    EXPECT_FALSE(sc.s.visu_active);
+  }
 }
 
 // A second command while one waits on the machine would share its reply

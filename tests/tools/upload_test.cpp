@@ -18,7 +18,7 @@ void write_file(const std::string& path, const std::string& text, bool executabl
   if (executable) chmod(path.c_str(), 0755);
 }
 
-TEST(Upload, CommandFilePerBoard) {
+TEST(Upload, CommandFilePerBoardAndOutcomeInPlainWords) {
   const std::string uno =
       "#!/bin/sh\n"
       "cd '/d/Brivel_uploader' || exit 1\n"
@@ -29,6 +29,9 @@ TEST(Upload, CommandFilePerBoard) {
             fichier_commande("/d/", "/dev/ttyACM9", Carte::Duemilanove));
   EXPECT_NE(fichier_commande("/d/", "p", Carte::Nano).find("-P'p' -b57600 -D -Uflash:w:'"), std::string::npos);
   EXPECT_EQ(cite_shell("l'orgue $HOME"), "'l'\\''orgue $HOME'");
+  EXPECT_EQ(issue_programmation(0, false), "Programmation réussie : avrdude a terminé sans erreur.");
+  EXPECT_EQ(issue_programmation(0, true),
+            "Échec : avrdude s'est arrêté brutalement. Le microcontrôleur n'est peut-être pas programmé.");
 }
 
 TEST(Upload, ProgramSearchedOnThePath) {
@@ -117,12 +120,6 @@ TEST(Upload, ReportShownLiveWithItsOutcome) {
   EXPECT_TRUE(r.m.upload_close.enabled());
   r.m.upload_close.operator_click();
   EXPECT_FALSE(r.m.Upload.visible());
-}
-
-TEST(Upload, OutcomeInPlainWords) {
-  EXPECT_EQ(issue_programmation(0, false), "Programmation réussie : avrdude a terminé sans erreur.");
-  EXPECT_EQ(issue_programmation(0, true),
-            "Échec : avrdude s'est arrêté brutalement. Le microcontrôleur n'est peut-être pas programmé.");
 }
 
 }  // namespace
