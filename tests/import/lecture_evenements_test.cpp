@@ -10,20 +10,6 @@ namespace {
 
 ReglagesImport defaults() { return *prepare_import(ChampsImport{}).reglages; }
 
-TEST(EventFile, NoteLinesBecomeRows) {
-  std::string file = "TEMP 0000000 000000 0500000\r\n" + note_line(1000, 60, 500) +
-                     "NOOF 0001500 000000 00001 00060\r\n" + note_line(0, 62, 0) +
-                     "NOTE 0999999 000000 00001 00099 00000 00100 D6\r\n" +
-                     "HEAD ##10000  /x/piece.mid 01500\r\nENDF 9999999\r\n";
-  auto l = lit_evenements(file, defaults(), nullptr);
-  EXPECT_EQ(l.lignes, (std::vector<std::string>{"0000074 00060 NOTE 0000107", "0000107 00060 NTOF ",
-                                                "0000002 00062 NOTE 0000002", "0000002 00062 NTOF "}));
-  EXPECT_TRUE(l.head);
-  EXPECT_FALSE(l.trop);
-  EXPECT_EQ(l.nb_hors_gamme, 0);
-  EXPECT_FALSE(lit_evenements(note_line(0, 60, 0), defaults(), nullptr).head);
-}
-
 TEST(EventFile, ScaleCheckCountsEveryOccurrence) {
   std::string file = note_line(0, 60, 0) + note_line(100, 61, 0) + note_line(200, 61, 0) + note_line(300, 62, 0) +
                      "NOTE 0999999 000000 00001 00099 00000 00100 D6\r\n";

@@ -28,6 +28,7 @@ struct Desk : SimDesk {
 
 const std::string kPiece = "TEMP 0000000 000000 0500000\r\n" + note_line(1000, 60, 500) +
                            "NOOF 0001500 000000 00001 00060\r\n" + note_line(0, 62, 0) +
+                           "NOTE 0999999 000000 00001 00099 00000 00100 D6\r\n" +  // the table's end: no note
                            "HEAD ##10000  /x/piece.mid 01500\r\nENDF 9999999\r\n";
 
 TEST(OpenPiece, SelectionPaths) {

@@ -14,29 +14,25 @@ namespace brivel::test {
 namespace {
 
 TEST(Connection, ResetPulseThenParameterBurstTenMillisecondsApart) {
+  // 400 ms and 500 ms, each ending on the first tick past its deadline;
+  // the burst's pauses end 11 ticks on. The PW slot (968) is empty without
+  // chopped pulses.
+  const auto burst = [](std::vector<SimFrame> tail) {
+    auto f = F({{902, "NUxxxxx\n"},
+                {913, "PX05000\n"},
+                {924, "PY07500\n"},
+                {935, "OX00220\n"},
+                {946, "IZ00002\n"},
+                {957, "MZ00012\n"}});
+    f.insert(f.end(), tail.begin(), tail.end());
+    return f;
+  };
   struct Case {
     int valid_pwm, check1;
     std::vector<SimFrame> frames;
   } cases[] = {
-      // 400 ms and 500 ms, each ending on the first tick past its deadline;
-      // the burst's pauses end 11 ticks on. The PW slot (968) stays empty.
-      {0, 0,
-       F({{902, "NUxxxxx\n"},
-          {913, "PX05000\n"},
-          {924, "PY07500\n"},
-          {935, "OX00220\n"},
-          {946, "IZ00002\n"},
-          {957, "MZ00012\n"},
-          {979, "cpxxxxx\n"}})},
-      {1, 1,
-       F({{902, "NUxxxxx\n"},
-          {913, "PX05000\n"},
-          {924, "PY07500\n"},
-          {935, "OX00220\n"},
-          {946, "IZ00002\n"},
-          {957, "MZ00012\n"},
-          {968, "PW00020\n"},
-          {979, "CPxxxxx\n"}})},
+      {0, 0, burst({{979, "cpxxxxx\n"}})},
+      {1, 1, burst({{968, "PW00020\n"}, {979, "CPxxxxx\n"}})},
   };
   for (const auto& c : cases) {
     LinkRig r;
