@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
   ScriptPlatform platform;
   platform.set_dialogs(&platform.dialogs);
   QString dir = QCoreApplication::applicationDirPath();
-  brivel::ConsoleApp app(platform, {dir.toStdString() + "/", QFileInfo(dir).isWritable()});
+  brivel::ConsoleApp app(platform, {dir.toStdString() + "/", QFileInfo(dir).isWritable(), true});
   app.Form_Load();
   platform.set_ports_folder(app.s.dossier_appli + "ports");
   // A red lamp's reason, where a new user reading the output finds it.

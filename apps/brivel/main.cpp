@@ -97,6 +97,7 @@ int main(int argc, char** argv) {
   brivel::ConsoleOptions options;
   options.program_dir = QApplication::applicationDirPath().toStdString();
   options.program_dir_writable = QFileInfo(QApplication::applicationDirPath()).isWritable();
+  options.hole_journal = true;
   brivel::Dialogs* real_dialogs = &platform_qt.dialogs();
   brivel::ConsoleApp app(platform_qt, options);
   app.Form_Load();

@@ -8,6 +8,7 @@
 #include "import/import.h"
 #include "link/link.h"
 #include "persistence/files/context_file.h"
+#include "persistence/journal/hole_journal.h"
 #include "persistence/persistence.h"
 #include "run/engine/run_engine.h"
 #include "run/motion/motion.h"
@@ -30,6 +31,7 @@ ConsoleApp::ConsoleApp(Platform& platform, ConsoleOptions options) : p(platform)
   install_origin(c);
   install_run(c);
   install_persistence(c);
+  if (options_.hole_journal) journal_ = std::make_unique<HoleJournal>(c);
   m.quitter.handler = [this] { quitter_Click(); };
   m.Sauve_contexte.handler = [this] { Sauve_contexte_Click(c); };
   m.nb_trou.handler = [this] {

@@ -4,15 +4,19 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 
 #include "console/context.h"
 
 namespace brivel {
 
+class HoleJournal;
+
 struct ConsoleOptions {
   std::string program_dir;            // folder of the executable
   bool program_dir_writable = false;  // a portable copy keeps its files beside it
+  bool hole_journal = false;          // keeps Journal_trous.txt of the holes a run punches
 };
 
 class ConsoleApp {
@@ -39,6 +43,7 @@ class ConsoleApp {
  private:
   void drive_timers(Element& e);
   ConsoleOptions options_;
+  std::unique_ptr<HoleJournal> journal_;
   std::map<Element*, int> timer_ids_;
   int observer_ = 0;
 };

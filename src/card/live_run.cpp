@@ -1,11 +1,28 @@
 #include "card/live_run.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "core/numbers.h"
+#include "import/lignes_morceau.h"
+#include "import/ouvre_midi.h"
+#include "import/refus_import.h"
 #include "persistence/journal/hole_journal.h"
 
 namespace brivel {
+
+namespace {
+
+// The words of a run under way, "Perforation en cours" or its simulation.
+bool en_cours(const Element& label) { return label.text().rfind("Perforation en cours", 0) == 0; }
+
+int64_t last_x(const PunchPlan& plan, const std::vector<double>& positions) {
+  if (plan.holes.empty()) return 0;
+  const size_t k = static_cast<size_t>(plan.holes.back().track);
+  return k >= 1 && k <= positions.size() ? static_cast<int64_t>(std::llround(positions[k - 1])) : 0;
+}
+
+}  // namespace
 
 LiveRun::LiveRun(Context& c) : c_(c) {
   subscription_ = c_.m.subscribe([this](Element& e, Prop p) { changed(e, p); });
@@ -21,6 +38,8 @@ const CardLayout& LiveRun::layout() {
     punched_count_ = 0;
     run_index_ = 0;
     last_hole_.reset();
+    // Settings or a piece changed: the later files are read again.
+    file_work_.clear();
   }
   return layout_;
 }
@@ -50,6 +69,67 @@ std::optional<double> LiveRun::remaining_ms() const {
   return std::max(0.0, *remaining_ - (elapsed_ms() - estimated_at_));
 }
 
+std::optional<double> LiveRun::chain_remaining_ms() const {
+  if (!running_ || later_.empty()) return std::nullopt;
+  return remaining_ms().value_or(0) + chain_rest_ms(later_, feed_, setup_ms_ + kAttenteConversionMs, per_frame_, pace());
+}
+
+std::optional<double> LiveRun::deferred_start_ms() const {
+  const RunState& s = c_.s;
+  if (!c_.m.Timer2.enabled() || !s.heure_differee || s.perforation_lancee) return std::nullopt;
+  // Timer2 starts the run at its first tick strictly after that second.
+  return std::max(0.0, (*s.heure_differee + 1 - c_.p.time_of_day_s()) * 1000.0);
+}
+
+double LiveRun::planned_ms() {
+  const MachinePace p = pace();
+  double ms = work_ms(layout().run_plan.total(), p);
+  if (c_.s.fichiers_restants > 1) {
+    estimate_chain();
+    ms += chain_rest_ms(later_, feed_, kAttenteConversionMs, 0, p);
+  }
+  return ms;
+}
+
+
+void LiveRun::estimate_chain() {
+  const Model& m = c_.m;
+  const RunState& s = c_.s;
+  later_.clear();
+  feed_ = {};
+  feed_.y_moves = 1;
+  feed_.y_steps = static_cast<int64_t>(std::floor(val(m.Dist_cartons.text()) / (val(m.NbpasY.text()) * val(m.PasmotY.text()))));
+  int64_t head_x = last_x(layout().run_plan, card_input(c_).plan.positions);
+  const int last = std::min(m.Liste_fichiers.count(), s.rang_fichier + s.fichiers_restants);
+  for (int i = s.rang_fichier + 1; i < last; ++i) {
+    const std::string path = m.Liste_fichiers.row(i);
+    auto known = file_work_.find(path);
+    if (known == file_work_.end()) known = file_work_.emplace(path, file_work(path)).first;
+    // A file that can't be read stops the chain there.
+    if (!known->second) break;
+    MachineWork w = known->second->work;
+    // Its origin search first brings the head back from the last hole.
+    w.x_steps += head_x;
+    later_.push_back(w);
+    head_x = known->second->last_x;
+  }
+}
+
+std::optional<LiveRun::FileWork> LiveRun::file_work(const std::string& path) {
+  const PreparationImport prep = prepare_import(champs_import(c_.m));
+  if (!prep.reglages) return std::nullopt;
+  const auto gamme = gamme_verifiee(c_.m);
+  auto rows = lignes_morceau(path, *prep.reglages, gamme ? &*gamme : nullptr, c_.s.compteur_Y);
+  if (!rows) return std::nullopt;
+  PlanInput in = card_input(c_).plan;
+  in.rows = std::move(*rows);
+  // A chained file is punched whole.
+  in.start_step = 0;
+  in.end_step = 1e18;
+  const PunchPlan plan = plan_punch(in);
+  return FileWork{plan.total(), last_x(plan, in.positions)};
+}
+
 MachinePace LiveRun::pace() const {
   const Model& m = c_.m;
   MachinePace p;
@@ -63,6 +143,7 @@ MachinePace LiveRun::pace() const {
 
 void LiveRun::changed(Element& e, Prop p) {
   Model& m = c_.m;
+
   bool redraw = false;
   if (&e == &m.List3 || &e == &m.NBTouches || &e == &m.Text11 || &e == &m.Poincon || &e == &m.Deb_perf_mn ||
       &e == &m.Deb_perf_sec || &e == &m.Fin_perf_mn || &e == &m.Fin_perf_sec || &e == &m.Check3) {
@@ -71,17 +152,27 @@ void LiveRun::changed(Element& e, Prop p) {
     redraw = p != Prop::Rows && !running_;
   } else if (p == Prop::Text && !running_ && (e.name().rfind("Note(", 0) == 0 || e.name().rfind("Position(", 0) == 0)) {
     dirty_ = true;
+  } else if (&e == &m.Label_defautP && p == Prop::Text && !running_ && c_.s.run_on_stack && en_cours(e)) {
+    // "Perforer" has begun its set-up: the working sequence, the origin.
+    if (!asked_at_) asked_at_ = now();
+  } else if (&e == &m.Command11 && p == Prop::Enabled && e.enabled()) {
+    asked_at_.reset();
+  } else if (&e == &m.Timer2 && p == Prop::Enabled) {
+    redraw = true;
   } else if (&e == &m.Command12 && p == Prop::Enabled && e.enabled() && c_.s.run_on_stack) {
     // The origin is found and the run walks the list from here.
+    setup_ms_ = asked_at_ ? static_cast<double>(now() - *asked_at_) : 0;
+    asked_at_.reset();
     start();
     redraw = true;
   } else if (&e == &m.gauge1 && p == Prop::Value && (running_ || chain_pending_)) {
-    if (chain_pending_ && e.value() == 0) {
+    // The next file of a chain walks its list once its origin is found:
+    // the gauge is reset to the new list with the run's words standing.
+    if (chain_pending_ && e.max() == m.List3.count() && en_cours(m.Label_defautP)) {
       chain_pending_ = false;
       start();
-    } else {
-      row_done(e.value());
     }
+    if (running_ && e.value() > 0) row_done(e.value());
     redraw = true;
   } else if (&e == &m.LabelY && p == Prop::Text) {
     card_step_ = val(e.text());
@@ -126,10 +217,15 @@ void LiveRun::start() {
   if (c_.s.reprise_contexte) mark_from_journal();
   remaining_ = brivel::remaining_ms(layout_.run_plan.total(), {}, 0, pace());
   estimated_at_ = 0;
+  per_frame_ = 0;
+  if (c_.s.fichiers_restants > 1)
+    estimate_chain();
+  else
+    later_.clear();
 }
 
 void LiveRun::mark_from_journal() {
-  for (const JournalHole& j : holes_of_last_run(read_journal(c_.s.dossier_appli + kJournalTrous), c_.s.nom_midi_court))
+  for (const JournalHole& j : holes_of_last_run(read_journal(journal_path(c_.s)), c_.s.nom_midi_court))
     mark(j.step, j.track);
 }
 
@@ -172,7 +268,9 @@ void LiveRun::row_done(int row) {
   const size_t next = row <= 0 ? 0 : std::min(static_cast<size_t>(row) + 1, work.size() - 1);
   const MachineWork rest = work[next];
   estimated_at_ = elapsed_ms();
-  remaining_ = brivel::remaining_ms(rest, layout_.run_plan.total() - rest, estimated_at_, pace());
+  const MachineWork done = layout_.run_plan.total() - rest;
+  per_frame_ = overhead_per_frame(done, estimated_at_, pace());
+  remaining_ = brivel::remaining_ms(rest, done, estimated_at_, pace());
 }
 
 }  // namespace brivel

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,6 +42,15 @@ class LiveRun {
   // Milliseconds of the run still to go, once the run is walking the list:
   // the last estimate, counted down by the running time since it was made.
   std::optional<double> remaining_ms() const;
+  // The same to the end of a chain: this file's rest, then each later file
+  // read from its MIDI file, fed, opened and set up at the pace of this run.
+  // Empty when no later file waits.
+  std::optional<double> chain_remaining_ms() const;
+  // Milliseconds until a deferred start; empty when none is set.
+  std::optional<double> deferred_start_ms() const;
+  // The time the run, and the chain behind it, will take at the durations
+  // sent to the board: what a deferred start waits to do.
+  double planned_ms();
   // The run's running time so far, pauses left out, ms.
   double elapsed_ms() const;
   // After the end of a run: its time and its holes, for the status line.
@@ -57,6 +67,14 @@ class LiveRun {
   void mark_from_journal();
   void row_done(int row);
   MachinePace pace() const;
+  void estimate_chain();
+  // A file's work, and the X where its last hole leaves the head: the next
+  // file's origin search travels back from there.
+  struct FileWork {
+    MachineWork work;
+    int64_t last_x = 0;
+  };
+  std::optional<FileWork> file_work(const std::string& path);
   int32_t now() { return c_.p.tick_ms(); }
 
   Context& c_;
@@ -72,6 +90,14 @@ class LiveRun {
   double card_step_ = 0;
   std::optional<double> remaining_;
   double estimated_at_ = 0;  // elapsed_ms() when remaining_ was worked out
+  double per_frame_ = 0;     // the line's share of each frame, measured so far
+  // The chain: work of each later file (read once per run), the card feed
+  // between files, and the set-up the first file took before its first row.
+  std::vector<MachineWork> later_;
+  std::map<std::string, std::optional<FileWork>> file_work_;
+  MachineWork feed_;
+  std::optional<int32_t> asked_at_;  // when "Perforer" began, until the origin is found
+  double setup_ms_ = 0;
   int32_t started_ = 0, paused_at_ = 0;
   double paused_ms_ = 0;
   std::string summary_;

@@ -21,8 +21,7 @@ namespace brivel::gui {
 CardWindow::CardWindow(Context& c, QWidget* parent)
     : QWidget(parent, Qt::Window),
       c_(c),
-      live_(std::make_unique<LiveRun>(c)),
-      journal_(std::make_unique<HoleJournal>(c)) {
+      live_(std::make_unique<LiveRun>(c)) {
   setObjectName(QStringLiteral("Carton"));
   setWindowTitle(QStringLiteral("Carton"));
   canvas_ = new CardCanvas(*live_, this);
@@ -92,12 +91,16 @@ void CardWindow::set_status_label(QLabel* l) {
 }
 
 QString CardWindow::run_text() const {
-  const LiveRun& l = *live_;
+  LiveRun& l = *live_;
+  auto duree = [](double ms) { return QString::fromStdString(texte_duree(ms)); };
   if (l.running()) {
-    QString t = QStringLiteral("Reste %1").arg(QString::fromStdString(texte_duree(l.remaining_ms().value_or(0))));
+    QString t = QStringLiteral("Reste %1").arg(duree(l.remaining_ms().value_or(0)));
+    if (auto chain = l.chain_remaining_ms()) t += QStringLiteral(" (chaîne : %1)").arg(duree(*chain));
     if (l.paused()) t += QStringLiteral(" (arrêt)");
     return t;
   }
+  if (auto start = l.deferred_start_ms())
+    return QStringLiteral("Départ dans %1 - durée estimée %2").arg(duree(*start), duree(l.planned_ms()));
   return QString::fromStdString(l.summary());
 }
 
@@ -141,7 +144,7 @@ void CardWindow::changed() {
 }
 
 bool CardWindow::head_to_last_hole() {
-  const auto holes = holes_of_last_run(read_journal(journal_->path()), c_.s.nom_midi_court);
+  const auto holes = holes_of_last_run(read_journal(journal_path(c_.s)), c_.s.nom_midi_court);
   if (holes.empty() || holes.back().track < 1) {
     state_->setText(QStringLiteral("Aucun trou dans le journal pour ce morceau"));
     return false;

@@ -53,7 +53,6 @@ class CardWindow : public QWidget {
 
   Context& c_;
   std::unique_ptr<LiveRun> live_;
-  std::unique_ptr<HoleJournal> journal_;
   CardCanvas* canvas_ = nullptr;
   QLabel* margin_ = nullptr;
   QLabel* state_ = nullptr;

@@ -52,15 +52,6 @@ std::optional<LectureEvenements> relit_temp(const std::string& chemin, const Reg
   return std::move(lecteur.resultat());
 }
 
-// The values of Note(1) to Note(NBTouches) when the scale check is on.
-std::optional<std::vector<double>> gamme_verifiee(const Model& m) {
-  if (m.Check5.value() != 1) return std::nullopt;
-  std::vector<double> gamme;
-  int n = nb_touches(m.NBTouches.text()).value_or(0);  // checked before the opening
-  for (int k = 1; k <= n; ++k) gamme.push_back(val(m.Note(k).text()));
-  return gamme;
-}
-
 // The dialog road: fills Liste_fichiers. False when the operator cancelled.
 bool choisit_fichiers(Context& c) {
   c.m.Liste_fichiers.clear_rows();
@@ -78,6 +69,14 @@ bool choisit_fichiers(Context& c) {
 }
 
 }  // namespace
+
+std::optional<std::vector<double>> gamme_verifiee(const Model& m) {
+  if (m.Check5.value() != 1) return std::nullopt;
+  std::vector<double> gamme;
+  int n = nb_touches(m.NBTouches.text()).value_or(0);  // checked before the opening
+  for (int k = 1; k <= n; ++k) gamme.push_back(val(m.Note(k).text()));
+  return gamme;
+}
 
 std::vector<std::string> chemins_selection(const std::string& reponse) {
   std::vector<std::string> parts;
@@ -189,7 +188,7 @@ void Ouvre_midi_Click(Context& c) {
   temp.out.close();
   const bool ecrit = static_cast<bool>(temp.out) && (!v.interrompu || temp.veille.trop());
   m.Label_defautP.set_text("Analyse et conversion du fichier Midi");
-  attente_ms(c.p, 2000);
+  attente_ms(c.p, kAttenteConversionMs);
 
   if (!midi.ouvert() || midi.erreur()) {
     c.p.set_busy(false);

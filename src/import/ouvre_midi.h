@@ -2,6 +2,7 @@
 // a chain, and the file of a restored context.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,14 @@ std::vector<std::string> chemins_selection(const std::string& reponse);
 // separator, less its last four characters. Empty if there is no separator
 // (the caller then keeps the name it had).
 std::string nom_court(const std::string& chemin);
+
+// The wait of every opening after the conversion, ms: a chained file costs
+// it too.
+inline constexpr int kAttenteConversionMs = 2000;
+
+// The values of Note(1) to Note(NBTouches) when the scale check (Check5)
+// is on; empty when it is off.
+std::optional<std::vector<double>> gamme_verifiee(const Model& m);
 
 void Ouvre_midi_Click(Context& c);
 

@@ -2,6 +2,7 @@
 // transposition table, and what the live view learns while a run punches.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <regex>
 
 #include "card/card_export.h"
@@ -208,6 +209,54 @@ TEST(LiveRun, RemainingTimeOnTheRealisticBoard) {
     if (at - estimates.front().first < 200) continue;
     EXPECT_NEAR(estimate, static_cast<double>(end - at), 0.03 * total) << "at " << at;
   }
+}
+
+TEST(LiveRun, RemainingTimeOfAChainAndToADeferredStart) {
+  // Three files of two held notes, chained, started ten minutes on. The
+  // later files are read from their MIDI files to count their work; the
+  // estimate at the first hole is held against the chain's real end.
+  BoardOptions realistic;
+  realistic.instant = false;
+  PunchRig r(realistic);
+  const std::string dir = r.home + "pieces";
+  std::filesystem::create_directories(dir);
+  for (const char* n : {"a.mid", "b.mid", "c.mid"}) write_file(dir + "/" + n, tiny_midi());
+  r.p.sim_dialogs().open_answers.push_back(dir + std::string("\0a.mid\0b.mid\0c.mid", 18));
+  r.m.Ouvre_midi.click();
+  ASSERT_TRUE(r.m.Command11.enabled()) << r.m.Label_defautP.text();
+  LiveRun live(r.c);
+  EXPECT_FALSE(live.deferred_start_ms());
+  r.p.set_time_of_day(12 * 3600 - static_cast<int>(r.p.now() / 1000));
+  r.p.sim_dialogs().input_answers.push_back("12:10");
+  r.m.perfo_retard.click();
+  ASSERT_TRUE(live.deferred_start_ms());
+  EXPECT_NEAR(*live.deferred_start_ms(), 601000, 1000);
+  // The three files at the durations sent, the two feeds and openings: a
+  // lower bound, near the time from the first row to the chain's end.
+  const double planned = live.planned_ms();
+  r.p.run_for(300000);
+  EXPECT_NEAR(*live.deferred_start_ms(), 301000, 1000) << "counts down";
+
+  std::optional<std::pair<int64_t, double>> first;  // (virtual ms, chain estimate)
+  std::optional<int64_t> walking;                    // the first file's first row
+  live.on_change = [&] {
+    if (live.running() && !walking) walking = r.p.now();
+    if (auto chain = live.chain_remaining_ms()) {
+      if (!first && live.punched_count() == 1) first = {r.p.now(), *chain};
+    }
+  };
+  r.p.run_until([&] { return r.s.perforation_lancee; }, 700000);
+  r.p.run_until([&] { return !r.s.run_on_stack; }, 3600000);
+  EXPECT_EQ(r.board.holes().size(), 36u);
+  ASSERT_TRUE(first);
+  const double real = static_cast<double>(r.p.now() - first->first);
+  EXPECT_NEAR(first->second, real, 0.03 * real);
+  ASSERT_TRUE(walking);
+  const double total = static_cast<double>(r.p.now() - *walking);
+  EXPECT_LT(planned, total);
+  EXPECT_GT(planned, 0.9 * total);
+  EXPECT_FALSE(live.chain_remaining_ms()) << "no file left behind the last";
+  EXPECT_FALSE(live.deferred_start_ms());
 }
 
 TEST(LiveRun, AFaultHoldsTheMarkOnItsHole) {

@@ -3,7 +3,7 @@
 // many places (a punch cycle, an X move, a Y move, right after a fault);
 // each time a new program restores Perfo_en_cours.sav and goes on. The
 // board's hole log must hold every hole of an uninterrupted run at its
-// place, and none elsewhere.
+// place, and none elsewhere; the hole journal must tell the same story.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -16,6 +16,7 @@
 
 #include "e2e/child_process.h"
 #include "import/smf_hex.h"
+#include "persistence/journal/hole_journal.h"
 
 namespace brivel::test {
 namespace {
@@ -192,6 +193,19 @@ TEST(CrashResume, KilledAnywhereTheCardGetsEveryHoleAtItsPlace) {
   EXPECT_EQ(missing, 0u);
   EXPECT_EQ(misplaced, 0u);
   EXPECT_GT(marks, 0);
+
+  // The hole journal, written through every kill and restore: each line a
+  // hole the board punched there; a hole is missing only where a kill fell
+  // between the board's answer and the line.
+  const auto journal = holes_of_last_run(read_journal((m.home.dir / kJournalTrous).string()), "piece");
+  std::multiset<std::string> journaled;
+  for (const JournalHole& j : journal) {
+    const std::string h = "X=" + std::to_string(j.x) + " Y=" + std::to_string(j.y);
+    EXPECT_TRUE(have.count(h)) << "journal line of a hole the board never punched: " << h;
+    journaled.insert(h);
+  }
+  EXPECT_LE(got.size() - journaled.size(), static_cast<std::size_t>(tried));
+  EXPECT_GE(got.size(), journaled.size());
 }
 
 }  // namespace

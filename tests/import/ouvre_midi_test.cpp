@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "import/import_files.h"
+#include "import/lignes_morceau.h"
 #include "import/refus_import.h"
 #include "support/sim_desk.h"
 
@@ -348,7 +349,12 @@ TEST(OpenPiece, WholeRoadWithTheDecoder) {
     EXPECT_EQ(d.m.Label_defautP.text(), c.service);
     EXPECT_EQ(d.p.sim_dialogs().boxes, *c.box_end ? Rows{cut + d.s.midi_erreur_texte + c.box_end} : Rows{});
     EXPECT_TRUE(d.m.Command11.enabled());
+    // Read without the console, as the later files of a chain are: the same rows.
+    const auto r = prepare_import(champs_import(d.m)).reglages;
+    ASSERT_TRUE(r);
+    EXPECT_EQ(lignes_morceau(path, *r, nullptr, 0), std::optional<Rows>(d.m.List3.rows()));
   }
+  EXPECT_FALSE(lignes_morceau("/nulle/part.mid", ReglagesImport{}, nullptr, 0));
 }
 
 }  // namespace

@@ -142,6 +142,11 @@ TEST(RemainingTime, WorkAndPaceCorrection) {
     SCOPED_TRACE(c.name);
     EXPECT_DOUBLE_EQ(remaining_ms(rest, c.done, c.elapsed, pace), c.expected);
   }
+  // Two later files of a chain, each fed 100 steps (1 move: 400 + 25 ms)
+  // first and set up in 3 s, at 2 ms of line a frame: (110 + 425 + 3000
+  // + 4 frames x 2) + (305 + 425 + 3000 + 9 frames x 2).
+  EXPECT_DOUBLE_EQ(chain_rest_ms({rest, done}, {1, 100, 0, 0, 0}, 3000, 2, pace), 3543 + 3748);
+  EXPECT_DOUBLE_EQ(chain_rest_ms({}, {1, 100, 0, 0, 0}, 3000, 2, pace), 0);
 }
 
 TEST(RemainingTime, Texts) {

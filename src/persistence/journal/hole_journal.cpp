@@ -103,7 +103,9 @@ HoleJournal::HoleJournal(Context& c) : c_(c) {
 
 HoleJournal::~HoleJournal() { c_.m.unsubscribe(subscription_); }
 
-std::string HoleJournal::path() const { return c_.s.dossier_appli + kJournalTrous; }
+std::string journal_path(const RunState& s) { return s.dossier_appli + kJournalTrous; }
+
+std::string HoleJournal::path() const { return journal_path(c_.s); }
 
 void HoleJournal::changed(Element& e, Prop p) {
   Model& m = c_.m;

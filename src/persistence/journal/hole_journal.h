@@ -18,6 +18,9 @@ namespace brivel {
 
 inline constexpr const char* kJournalTrous = "Journal_trous.txt";
 
+// <dossier_appli>/Journal_trous.txt
+std::string journal_path(const RunState& s);
+
 struct JournalHole {
   int time_of_day_s = 0;
   std::string piece;

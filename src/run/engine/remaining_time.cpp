@@ -20,10 +20,24 @@ double work_ms(const MachineWork& w, const MachinePace& pace) {
   return moves_ms + waits_ms + static_cast<double>(w.cycles) * pace.cycle_ms;
 }
 
+double overhead_per_frame(const MachineWork& done, double elapsed_ms, const MachinePace& pace) {
+  if (frames(done) == 0) return 0;
+  return (elapsed_ms - work_ms(done, pace)) / static_cast<double>(frames(done));
+}
+
 double remaining_ms(const MachineWork& rest, const MachineWork& done, double elapsed_ms, const MachinePace& pace) {
-  double per_frame = 0;
-  if (frames(done) > 0) per_frame = (elapsed_ms - work_ms(done, pace)) / static_cast<double>(frames(done));
+  const double per_frame = overhead_per_frame(done, elapsed_ms, pace);
   return std::max(0.0, work_ms(rest, pace) + per_frame * static_cast<double>(frames(rest)));
+}
+
+double chain_rest_ms(const std::vector<MachineWork>& later, const MachineWork& feed, double setup_ms,
+                     double per_frame, const MachinePace& pace) {
+  double ms = 0;
+  for (MachineWork w : later) {
+    w += feed;
+    ms += work_ms(w, pace) + per_frame * static_cast<double>(frames(w)) + setup_ms;
+  }
+  return std::max(0.0, ms);
 }
 
 std::string texte_duree(double ms) {

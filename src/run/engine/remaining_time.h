@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "run/engine/punch_plan.h"
 
@@ -29,6 +30,17 @@ double work_ms(const MachineWork& w, const MachinePace& pace);
 // frame of `rest`; before any frame is done, the lower bound stands.
 // Never negative.
 double remaining_ms(const MachineWork& rest, const MachineWork& done, double elapsed_ms, const MachinePace& pace);
+
+// What the line and the board added to each frame of `done` beyond work_ms,
+// ms; 0 before any frame.
+double overhead_per_frame(const MachineWork& done, double elapsed_ms, const MachinePace& pace);
+
+// The later files of a chain, each costing its own work at the pace of the
+// run so far (`per_frame` from overhead_per_frame), the card fed by `feed`
+// before it, and `setup_ms`: the opening's wait, the working sequence and the
+// origin search, which the current file took before its first row.
+double chain_rest_ms(const std::vector<MachineWork>& later, const MachineWork& feed, double setup_ms,
+                     double per_frame, const MachinePace& pace);
 
 // "1 h 05 mn", "12 mn 40 s", "45 s": a duration for the operator, rounded
 // up to the second.
