@@ -218,11 +218,7 @@ TEST(LiveRun, RemainingTimeOfAChainAndToADeferredStart) {
   BoardOptions realistic;
   realistic.instant = false;
   PunchRig r(realistic);
-  const std::string dir = r.home + "pieces";
-  std::filesystem::create_directories(dir);
-  for (const char* n : {"a.mid", "b.mid", "c.mid"}) write_file(dir + "/" + n, tiny_midi());
-  r.p.sim_dialogs().open_answers.push_back(dir + std::string("\0a.mid\0b.mid\0c.mid", 18));
-  r.m.Ouvre_midi.click();
+  r.open_chain_of_three();
   ASSERT_TRUE(r.m.Command11.enabled()) << r.m.Label_defautP.text();
   LiveRun live(r.c);
   EXPECT_FALSE(live.deferred_start_ms());

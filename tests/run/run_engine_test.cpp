@@ -287,11 +287,7 @@ TEST(RunEngine, TheListEndingInsideAGroupWalksItOnce) {
 
 TEST(RunEngine, AChainOfThreeFiles) {
   PunchRig r;
-  const std::string dir = r.home + "pieces";
-  std::filesystem::create_directories(dir);
-  for (const char* n : {"a.mid", "b.mid", "c.mid"}) write_file(dir + "/" + n, tiny_midi());
-  r.p.sim_dialogs().open_answers.push_back(dir + std::string("\0a.mid\0b.mid\0c.mid", 18));
-  r.m.Ouvre_midi.click();
+  const std::string dir = r.open_chain_of_three();
   ASSERT_TRUE(r.m.Command11.enabled()) << r.m.Label_defautP.text();
   std::vector<std::string> closing;
   const auto from = r.mark();

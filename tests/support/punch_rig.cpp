@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 
 #include "import/ouvre_midi.h"
 #include "import/refus_import.h"
@@ -30,6 +31,15 @@ PunchRig::PunchRig(BoardOptions options) : SimConsole(std::move(options)) {
     if (&e == &m.Command12 && prop == Prop::Text && e.text() == "Continuer" && continue_ms_ >= 0) schedule_continue();
   });
   EXPECT_TRUE(connect(10));
+}
+
+std::string PunchRig::open_chain_of_three() {
+  const std::string dir = home + "pieces";
+  std::filesystem::create_directories(dir);
+  for (const char* n : {"a.mid", "b.mid", "c.mid"}) write_file(dir + "/" + n, tiny_midi());
+  p.sim_dialogs().open_answers.push_back(dir + std::string("\0a.mid\0b.mid\0c.mid", 18));
+  m.Ouvre_midi.click();
+  return dir;
 }
 
 bool PunchRig::load(const std::string& events) {

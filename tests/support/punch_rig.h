@@ -20,6 +20,9 @@ struct PunchRig : SimConsole {
   explicit PunchRig(BoardOptions options = {});
   // Imports the text event file as an opening would. False if refused.
   bool load(const std::string& events);
+  // Opens a chain of three MIDI files a.mid, b.mid, c.mid in <home>/pieces,
+  // each one held note of 500 ms, as the operator would. Returns the folder.
+  std::string open_chain_of_three();
   // Starts the run and lets it go until Command11_Click returns.
   void punch();
   // Every hole the board recorded, as (X, Y) in motor steps.
