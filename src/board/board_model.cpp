@@ -125,7 +125,7 @@ void BoardModel::on_bare_lf(int64_t now, std::vector<BoardOutput>& out) {
 int64_t BoardModel::work_ms(const std::string& code, int value) const {
   if (options_.instant) return 1;
   if (is_x_move(code)) return steps_duration_ms(value, param("PX"));
-  if (code == "MY") return steps_duration_ms(value, param("PY"));
+  if (code == "MY" || code == "My") return steps_duration_ms(value, param("PY"));
   if (is_origin(code)) return origin_search_ms(x_, param("OX"), param("PX"));
   if (is_punch(code)) return punch_cycle_ms(param("IZ"), param("MZ"));
   return 1;
@@ -148,6 +148,10 @@ BoardModel::Answer BoardModel::carry_out(const std::string& code, int value, int
     a.bytes = "A";
   } else if (code == "MY") {
     y_ += value - std::min(lost_steps, value);
+    a.bytes = "A";
+  } else if (code == "My") {
+    // The card fed back, to undo a feed made by hand in a pause.
+    y_ -= value - std::min(lost_steps, value);
     a.bytes = "A";
   } else if (is_punch(code)) {
     a.bytes = "A";

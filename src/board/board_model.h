@@ -27,6 +27,8 @@
 //   digits. Lines that are no frame (wrong length, sign, sixth digit) are
 //   logged and dropped; so are unknown codes. A frame that comes while a
 //   dialogue waits for its line feed ends that dialogue (logged).
+// - "My" + number feeds the card back by that many Y steps (the console
+//   sends it to undo a feed made by hand in a pause); "A", or "B" as "MY".
 // - "rd": the address wraps at 1 KiB; "wr" stores the value's low byte at
 //   the address last read. The EEPROM starts filled with zeros.
 // - "ZXxxxxx" frees the board and drops a held count; replies already

@@ -26,7 +26,7 @@ bool read_count(std::istringstream& words, int max, int* out) {
 // The codes the board answers: a rule on any other would never fire.
 bool is_code(const std::string& c) {
   const std::string cls = fault_class(c);
-  return cls == "MX" || cls == "OR" || cls == "CZ" || cls == "MY" || cls == "ON" || cls == "VD" || cls == "rd" ||
+  return cls == "MX" || cls == "OR" || cls == "CZ" || cls == "MY" || cls == "My" || cls == "ON" || cls == "VD" || cls == "rd" ||
          cls == "wr";
 }
 

@@ -150,6 +150,8 @@ void LiveRun::changed(Element& e, Prop p) {
     // Laid out again when next asked, not at each row of an opening.
     dirty_ = true;
     redraw = p != Prop::Rows && !running_;
+    // A new piece: nothing of the last run is shown for it.
+    if (&e == &m.List3 && !c_.s.run_on_stack) forget_last_run();
   } else if (p == Prop::Text && !running_ && (e.name().rfind("Note(", 0) == 0 || e.name().rfind("Position(", 0) == 0)) {
     dirty_ = true;
   } else if (&e == &m.Label_defautP && p == Prop::Text && !running_ && c_.s.run_on_stack && en_cours(e)) {
@@ -183,8 +185,11 @@ void LiveRun::changed(Element& e, Prop p) {
     hole_done();
     redraw = true;
   } else if (&e == &m.Label_defautP && p == Prop::Text && running_ && e.text() == "Perforation terminée") {
-    summary_ =
-        "Perforation terminée en " + texte_duree(elapsed_ms()) + " - " + std::to_string(punched_count_) + " trous";
+    // The holes the board confirmed, the piece's apart from the hand's.
+    const RunState& s = c_.s;
+    summary_ = "Perforation terminée en " + texte_duree(elapsed_ms()) + " - " +
+               std::to_string(restored_count_ + s.trous_confirmes) + " trous";
+    if (s.trous_main > 0) summary_ += " (et " + std::to_string(s.trous_main) + " à la main)";
     remaining_ = 0;
     running_ = false;
     // The count of files is taken down behind these words: more than one
@@ -213,8 +218,10 @@ void LiveRun::start() {
   paused_ms_ = 0;
   started_ = now();
   summary_.clear();
+  hand_holes_.clear();
   // A restored run goes on from where the journal says the last one stood.
   if (c_.s.reprise_contexte) mark_from_journal();
+  restored_count_ = punched_count_;
   remaining_ = brivel::remaining_ms(layout_.run_plan.total(), {}, 0, pace());
   estimated_at_ = 0;
   per_frame_ = 0;
@@ -245,10 +252,23 @@ void LiveRun::mark(int32_t step, int track) {
   }
 }
 
+void LiveRun::forget_last_run() {
+  summary_.clear();
+  remaining_.reset();
+  hand_holes_.clear();
+  card_step_ = 0;
+}
+
 void LiveRun::hole_done() {
   const RunState& s = c_.s;
   if (!running_) return;
-  last_failed_ = !s.rep_A || s.rep_B || s.rep_C;
+  const bool good = s.rep_A && !s.rep_B && !s.rep_C;
+  if (!s.cycle_de_la_piece) {
+    // The operator's own hole, in a pause: shown apart, never one of the piece's.
+    if (good) hand_holes_.push_back({head_x_mm(), s.compteur_Y});
+    return;
+  }
+  last_failed_ = !good;
   if (last_failed_) return;
   const double x = val(c_.m.LabelX.text());
   const int32_t step = s.compteur_Y;

@@ -33,6 +33,13 @@ class LiveRun {
   // Per hole of layout().holes: confirmed by the board in this run.
   const std::vector<char>& punched() const { return punched_; }
   int punched_count() const { return punched_count_; }
+  // Holes the operator punched by hand in a pause of this run: the head's X
+  // in mm and the card's step, as they stood.
+  struct HandHole {
+    double x_mm = 0;
+    int32_t step = 0;
+  };
+  const std::vector<HandHole>& hand_holes() const { return hand_holes_; }
   // Index into layout().holes of the hole the run punches next; during a
   // pause or a fault, of the hole where it stands and that it punches again.
   std::optional<size_t> next_hole() const;
@@ -63,6 +70,7 @@ class LiveRun {
   void changed(Element& e, Prop p);
   void start();
   void hole_done();
+  void forget_last_run();
   void mark(int32_t step, int track);
   void mark_from_journal();
   void row_done(int row);
@@ -84,6 +92,8 @@ class LiveRun {
   bool running_ = false, paused_ = false, chain_pending_ = false;
   std::vector<char> punched_;
   int punched_count_ = 0;
+  std::vector<HandHole> hand_holes_;
+  int restored_count_ = 0;  // the piece's holes the journal gave a restored run
   size_t run_index_ = 0;  // holes of layout_.run_holes confirmed so far
   std::optional<size_t> last_hole_;
   bool last_failed_ = false;  // the last punch cycle got no "A"

@@ -105,6 +105,28 @@ struct RunState {
   // restored run begins: set by the restore, taken up by the run at its
   // first step in bounds.
   std::optional<int32_t> y_reprise;
+
+  // --- Where a paused run stands, whatever the hands do meanwhile ---------------
+  // The card's feed since start in Y motor steps, as the frames sent it
+  // ("MY" forward, "My" back), hand moves and the continuous feed included.
+  int64_t y_moteur = 0;
+  // Taken when the run's wait after a hole first finds it suspended: the X
+  // of the hole it punches again, the card's step and its feed. "Continuer"
+  // brings the head back to that X and, if the operator says so, the card
+  // back to that feed, so that nothing done in the pause spoils the card.
+  struct PlaceArret {
+    int16_t x = 0;
+    int32_t y = 0;
+    int64_t y_moteur = 0;
+  };
+  std::optional<PlaceArret> place_arret;
+  // The punch cycle under way is one of the piece's holes (set by the run
+  // around its cycles); any other cycle is the operator's, by hand.
+  bool cycle_de_la_piece = false;
+  // Holes the board confirmed with "A" since the run's start: the piece's
+  // and those punched by hand. compteur_trous counts every attempt.
+  int32_t trous_confirmes = 0;
+  int32_t trous_main = 0;
 };
 
 }  // namespace brivel

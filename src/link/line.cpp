@@ -175,9 +175,7 @@ std::string texte_defaut_liaison(Attente a) {
 
 bool port_pret(Context& c) {
   if (c.p.serial().is_open()) return true;
-  c.m.Label_defautP.set_text(
-      "Machine non connectée : commande impossible. Indiquer le numéro du port COM ou cliquer sur \"Numéro du port "
-      "COM\" pour le rechercher");
+  c.m.Label_defautP.set_text(std::string("Machine non connectée : commande impossible. ") + kOuTrouverLePort);
   return false;
 }
 

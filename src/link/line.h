@@ -26,6 +26,12 @@ inline constexpr int kDelaiReponseMs = 5000;
 // microseconds each: kDelaiReponseMs plus twice the move's own time.
 double delai_mouvement_ms(double pas, double us_par_pas);
 
+// Where the operator sets the port: the motor page, which the menu and F2
+// reach whenever no run walks its list.
+inline constexpr const char* kOuTrouverLePort =
+    "Indiquer le numéro du port COM ou cliquer sur \"Numéro du port COM\" (page \"Moteurs et poinçon\", F2) pour "
+    "le rechercher";
+
 enum class Attente {
   Reponse,     // an awaited flag was set
   Delai,       // the board said nothing in time

@@ -7,7 +7,7 @@
 #include "core/numbers.h"
 #include "link/line.h"
 #include "run/motion/motion.h"
-#include "tools/occupation.h"
+#include "link/occupation.h"
 
 namespace brivel {
 

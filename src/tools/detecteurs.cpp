@@ -2,7 +2,7 @@
 
 #include "link/frames.h"
 #include "link/line.h"
-#include "tools/occupation.h"
+#include "link/occupation.h"
 
 namespace brivel {
 

@@ -3,7 +3,7 @@
 #include "core/numbers.h"
 #include "link/frames.h"
 #include "link/line.h"
-#include "tools/occupation.h"
+#include "link/occupation.h"
 
 namespace brivel {
 

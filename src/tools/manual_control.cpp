@@ -3,13 +3,14 @@
 #include <optional>
 
 #include "console/commands.h"
+#include "core/numbers.h"
 #include "link/frames.h"
 #include "link/line.h"
 #include "run/motion/motion.h"
 #include "tools/calibration.h"
 #include "tools/detecteurs.h"
 #include "tools/eeprom.h"
-#include "tools/occupation.h"
+#include "link/occupation.h"
 #include "tools/upload.h"
 
 namespace brivel {
@@ -31,11 +32,20 @@ void CommandeX_M_Click(Context& c) { commande_X(c, false); }
 void CommandeY_M_Click(Context& c) {
   Occupation occ(c);
   if (!occ) return;
+  RunState& s = c.s;
   debut_travail(c);
-  c.s.NbpasY_sauve = c.m.NbpasY.text();
+  s.NbpasY_sauve = c.m.NbpasY.text();
   c.m.NbpasY.set_text("1");
+  const int32_t avant = s.compteur_Y;
   deplace_Y(c);
-  c.m.NbpasY.set_text(c.s.NbpasY_sauve);
+  c.m.NbpasY.set_text(s.NbpasY_sauve);
+  // The frame carried nb_PasY motor steps; the counter and the length it
+  // shows count steps of the list, NbpasY motor steps each.
+  const double par_pas = val(s.NbpasY_sauve);
+  if (par_pas > 0) {
+    s.compteur_Y = clng_borne(avant + round_half_even(val(c.m.nb_PasY.text()) / par_pas));
+    c.m.LabelY.set_text(str_plain(s.compteur_Y));
+  }
   fin_travail(c);
 }
 

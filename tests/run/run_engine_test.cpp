@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
+#include <optional>
 #include <set>
 
 #include "support/punch_rig.h"
@@ -270,6 +272,84 @@ TEST(RunEngine, PauseTakesEffectAtTheNextHole) {
     EXPECT_EQ(r.m.Command12.text(), k.etat_pause_after ? "Continuer" : "Pause") << k.what;
     EXPECT_FALSE(r.m.Command12.enabled()) << k.what;
     EXPECT_FALSE(r.read_file("Perfo_en_cours.sav").empty()) << k.what << ": the pause saves the context";
+  }
+}
+
+TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
+  // The operator pauses at the 4th row of the held note (Y 840), works the
+  // machine by hand on the motor page, goes back and clicks "Continuer".
+  // The run brings the head back to the hole's X before it punches it again.
+  const int y_hole = 840;
+  struct Case {
+    const char* what;
+    std::function<void(PunchRig&)> hands;
+    std::optional<BoxAnswer> card_back;  // the question about the card, if asked
+    Holes extra;    // holes beyond the reference run and its repeated hole
+    int y_shift;    // motor steps later holes stand further down the card
+    int hand_holes;
+  } cases[] = {
+      {"X+ 100 by hand", [](PunchRig& r) { r.m.nb_PasX.set_text("100"); r.m.CommandeX_P.operator_click(); },
+       std::nullopt, {}, 0, 0},
+      {"origin search by hand", [](PunchRig& r) { r.m.Origine_N.operator_click(); }, std::nullopt, {}, 0, 0},
+      {"Y by hand, brought back",
+       [](PunchRig& r) { r.m.nb_PasY.set_text("200"); r.m.CommandeY_M.operator_click(); }, BoxAnswer::Yes, {}, 0, 0},
+      // "Non": the card stays where the hand left it, and so does the rest of the piece.
+      {"Y by hand, left there",
+       [](PunchRig& r) { r.m.nb_PasY.set_text("200"); r.m.CommandeY_M.operator_click(); }, BoxAnswer::No, {}, 200, 0},
+      {"a hole by hand after X+ 50",
+       [](PunchRig& r) {
+         r.m.nb_PasX.set_text("50");
+         r.m.CommandeX_P.operator_click();
+         r.m.CommandeZ_M.operator_click();
+       },
+       std::nullopt, {{158, y_hole}}, 0, 1},
+  };
+  for (const auto& k : cases) {
+    PunchRig r;
+    ASSERT_TRUE(r.load(kPiece));
+    bool paused = false;
+    r.m.subscribe([&](Element& e, Prop p) {
+      if (&e != &r.m.gauge1 || p != Prop::Value || e.value() != 3 || paused) return;
+      paused = true;
+      r.m.Command12.operator_click();
+      r.p.at(r.p.now() + 500, [&] {
+        ASSERT_TRUE(r.m.fenetre_moteurs.operator_click()) << k.what;
+        k.hands(r);
+        r.m.fenetre_perforation.operator_click();
+        if (k.card_back) r.p.sim_dialogs().box_answers.push_back(*k.card_back);
+        r.m.Command12.operator_click();
+      });
+    });
+    r.m.nb_PasX.set_text("7");
+    r.m.nb_PasY.set_text("3");
+    const auto from = r.mark();
+    r.punch();
+    EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée") << k.what;
+    EXPECT_EQ(r.m.nb_PasX.text() + " " + r.m.nb_PasY.text(), "7 3") << k.what;
+    Holes want = reference_holes();
+    for (auto& h : want)
+      if (h.second > y_hole) h.second += k.y_shift;
+    want.push_back({108, y_hole + k.y_shift});  // the hole where the run stood, once more
+    for (const auto& h : k.extra) want.push_back(h);
+    std::sort(want.begin(), want.end());
+    Holes got = r.holes();
+    std::sort(got.begin(), got.end());
+    EXPECT_EQ(got, want) << k.what;
+    const auto& boxes = r.p.sim_dialogs().boxes;
+    EXPECT_EQ(boxes.size(), k.card_back ? 1u : 0u) << k.what;
+    if (k.card_back) {
+      EXPECT_EQ(boxes[0],
+                "Le carton a avancé de 200 pas moteur pendant la pause. Le ramener au trou où la perforation s'est "
+                "arrêtée ?")
+          << k.what;
+    }
+    const Strings f = r.frame_bytes(from);
+    EXPECT_EQ(std::count(f.begin(), f.end(), "My00200\n"), k.card_back == BoxAnswer::Yes ? 1 : 0) << k.what;
+    EXPECT_EQ(r.s.trous_main, k.hand_holes) << k.what;
+    EXPECT_EQ(r.s.trous_confirmes, static_cast<int>(reference_holes().size()) + 1) << k.what;
+    // After the run the operator's pages and the opening are there again,
+    // with the step fields as they were before it.
+    for (Element* e : {&r.m.fenetre_moteurs, &r.m.fenetre_notes, &r.m.Ouvre_midi}) EXPECT_TRUE(e->enabled()) << k.what;
   }
 }
 

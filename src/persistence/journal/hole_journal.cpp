@@ -56,7 +56,7 @@ std::optional<long long> entier(const std::string& t) {
 std::string journal_line(const JournalHole& h) {
   char nums[80];
   std::snprintf(nums, sizeof nums, ";%07d;%d;%d;%lld", h.step, h.track, h.x, static_cast<long long>(h.y));
-  return heure(h.time_of_day_s) + ";" + h.piece + nums;
+  return heure(h.time_of_day_s) + ";" + h.piece + nums + (h.main ? ";main" : "");
 }
 
 std::string journal_start_line(const std::string& piece, int time_of_day_s) {
@@ -73,7 +73,7 @@ std::vector<JournalHole> holes_of_last_run(const std::string& journal_text, cons
       continue;
     }
     const auto f = champs(line);
-    if (f.size() != 6 || f[1] != piece) continue;
+    if (f.size() != 6 || f[1] != piece) continue;  // hand holes have a seventh field
     const auto t = lit_heure(f[0]);
     const auto step = entier(f[2]), track = entier(f[3]), x = entier(f[4]), y = entier(f[5]);
     if (!t || !step || !track || !x || !y) continue;
@@ -125,7 +125,8 @@ void HoleJournal::changed(Element& e, Prop p) {
   const int16_t demi = static_cast<int16_t>(round_half_even(s.pas_poincon / 2.0));
   JournalHole h{c_.p.time_of_day_s(), s.nom_midi_court,
                 s.compteur_Y,         track,
-                s.compteur_X,         static_cast<int64_t>(std::llround((s.compteur_Y - demi) * val(m.NbpasY.text())))};
+                s.compteur_X,         static_cast<int64_t>(std::llround((s.compteur_Y - demi) * val(m.NbpasY.text()))),
+                !s.cycle_de_la_piece};
   healthy_ = append_durably(path(), journal_line(h)) && healthy_;
 }
 

@@ -4,7 +4,9 @@
 // punched. Lines read "12:04:31;Valse;0001234;6;108;12320": time of day,
 // piece (file name without folder or extension), step of the event list,
 // track k, head X and card Y in motor steps. A run that starts afresh writes
-// "# Perforation de Valse 12:00:02" before its holes. Windows-1252, CR LF.
+// "# Perforation de Valse 12:00:02" before its holes. A hole the operator
+// punched by hand while the run was paused has ";main" behind, with the
+// track under the head (0 when none). Windows-1252, CR LF.
 #pragma once
 
 #include <cstdint>
@@ -28,6 +30,7 @@ struct JournalHole {
   int track = 0;
   int32_t x = 0;
   int64_t y = 0;
+  bool main = false;  // punched by hand in a pause, not a hole of the piece
   bool operator==(const JournalHole&) const = default;
 };
 
@@ -35,7 +38,7 @@ std::string journal_line(const JournalHole& h);
 std::string journal_start_line(const std::string& piece, int time_of_day_s);
 
 // The holes of `piece` since its last start line, in order; a line cut short
-// by a crash, and lines of other pieces, are left out.
+// by a crash, lines of other pieces and hand holes are left out.
 std::vector<JournalHole> holes_of_last_run(const std::string& journal_text, const std::string& piece);
 
 // The bytes of the journal at `path`; empty when there is none.

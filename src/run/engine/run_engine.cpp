@@ -6,6 +6,7 @@
 #include "core/numbers.h"
 #include "geometry/geometry.h"
 #include "import/ouvre_midi.h"
+#include "link/occupation.h"
 #include "persistence/files/context_file.h"
 #include "run/engine/deferred.h"
 #include "run/engine/ligne_run.h"
@@ -30,12 +31,23 @@ struct Run {
   bool dans_bornes(double p) const { return p >= debut && p <= fin; }
 };
 
-// The closing steps, reached from the end of the piece and from a bound error.
+// The closing steps, reached from the end of the piece and from a bound
+// error. The pages and the opening of a piece come back with them: after a
+// run the operator goes on without a restart.
 void fin_du_handler(Context& c) {
-  c.m.Command12.set_enabled(false);
+  Model& m = c.m;
+  m.Command12.set_enabled(false);
   fin_travail(c);
-  c.m.nb_trou.set_visible(true);
-  c.m.Avance.set_enabled(true);
+  m.nb_trou.set_visible(true);
+  for (Element* e : {&m.Avance, &m.fenetre_moteurs, &m.fenetre_notes, &m.Ouvre_midi}) e->set_enabled(true);
+}
+
+// A punch cycle of one of the piece's holes, told apart from the
+// operator's hand cycles in the counts.
+void cycle_piece(Context& c) {
+  c.s.cycle_de_la_piece = true;
+  cycle_Z(c);
+  c.s.cycle_de_la_piece = false;
 }
 
 void mise_au_repos(Element& note) {
@@ -43,25 +55,62 @@ void mise_au_repos(Element& note) {
   note.set_tooltip("");
 }
 
+// The end of a pause: the run stands where it stopped, whatever hand
+// moves, calibrations or origin searches happened meanwhile. The head's
+// counter goes back to the hole's X, so that the re-registration brings the
+// head there; a card fed by hand is brought back if the operator says so,
+// and either way the run counts its steps from the hole's place again ("Non"
+// punches the rest of the piece from where the card now stands). False when
+// the card could not be brought back: the fault sequence has run.
+bool reprend_la_place(Context& c) {
+  RunState& s = c.s;
+  if (!s.place_arret) return true;
+  const RunState::PlaceArret place = *s.place_arret;
+  const int64_t avance = s.y_moteur - place.y_moteur;
+  if (avance > 0) {
+    const std::string question = "Le carton a avancé de " + std::to_string(avance) +
+                                 " pas moteur pendant la pause. Le ramener au trou où la perforation s'est arrêtée ?";
+    if (c.p.dialogs().message_box(question, BoxButtons::YesNoDefaultNo) == BoxAnswer::Yes && !recule_Y(c, avance))
+      return false;
+  }
+  s.place_arret.reset();
+  s.compteur_Y = place.y;
+  c.m.LabelY.set_text(str_plain(s.compteur_Y));
+  s.compteur_X = place.x;
+  return true;
+}
+
 // The wait after a hole: a pause or a fault holds the run here, with the
-// working sequence closed; on the way out the head is re-registered and the
+// working sequence closed and the line free for the operator's hand
+// commands; on the way out the head is re-registered to the hole's X and the
 // same hole punched once more.
 void attente_apres_trou(Context& c, Run& run) {
   RunState& s = c.s;
-  while (s.etat_pause != 0) {
-    c.p.turn();
-    if (!run.pause_vue) {
-      fin_travail(c);
-      run.pause_vue = true;
+  for (;;) {
+    if (s.etat_pause != 0 && !s.place_arret) s.place_arret = RunState::PlaceArret{s.compteur_X, s.compteur_Y, s.y_moteur};
+    const bool ligne = s.commande_machine;
+    s.commande_machine = false;
+    while (s.etat_pause != 0) {
+      c.p.turn();
+      if (!run.pause_vue) {
+        fin_travail(c);
+        run.pause_vue = true;
+      }
     }
-  }
-  if (s.realignement_demande != 0 || run.pause_vue) {
-    s.recalage_demande = true;
+    s.commande_machine = ligne;
+    if (s.realignement_demande == 0 && !run.pause_vue) return;
     debut_travail(c);
+    if (run.pause_vue && !reprend_la_place(c)) {
+      // Suspended again, with the card where the refusal left it.
+      run.pause_vue = false;
+      continue;
+    }
+    s.recalage_demande = true;
     recherche_origine(c);
-    cycle_Z(c);
+    cycle_piece(c);
     run.pause_vue = false;
     s.realignement_demande = 0;
+    return;
   }
 }
 
@@ -75,7 +124,7 @@ void balayage(Context& c, Run& run, double p, bool pasy) {
     if (etat != kEtatActif && etat != kEtatFermant) continue;
     if (run.dans_bornes(p)) {
       perfo_Click(c, k);
-      cycle_Z(c);
+      cycle_piece(c);
       if (pasy) run.perfo_faite = true;
       attente_apres_trou(c, run);
     }
@@ -216,13 +265,24 @@ void Command11_Click(Context& c) {
     m.Command11.set_enabled(true);
     return;
   }
+  const bool sur_la_pile = s.run_on_stack;
+  // A hand command waits on the machine: the run would share its replies.
+  if (!sur_la_pile && s.commande_machine) {
+    m.Label_defautP.set_text(kCommandeRefusee);
+    return;
+  }
   m.fenetre_moteurs.set_enabled(false);
   m.fenetre_notes.set_enabled(false);
   Run run;
   if (!bornes(c, run)) return;
 
-  const bool sur_la_pile = s.run_on_stack;
+  // The run moves the machine through the step fields; the operator's own
+  // values come back at its end.
+  const std::string pas_X = m.nb_PasX.text(), pas_Y = m.nb_PasY.text();
   s.run_on_stack = true;
+  // The run holds the line but in its wait after a hole (see there).
+  s.commande_machine = true;
+  s.place_arret.reset();
   texte_en_cours(c);
   for (Element* e : {&m.Ouvre_midi, &m.Command11, &m.perfo_retard, &m.Avance}) e->set_enabled(false);
   m.Sauve_contexte.set_enabled(true);
@@ -238,6 +298,7 @@ void Command11_Click(Context& c) {
     for (int k = 1; k <= n; ++k) mise_au_repos(m.Note(k));
     s.compteur_trous = 0;
   }
+  s.trous_confirmes = s.trous_main = 0;
   m.gauge1.set_max(m.List3.count());
   m.gauge1.set_value(0);
 
@@ -261,6 +322,11 @@ void Command11_Click(Context& c) {
   }
   fin_du_handler(c);
   s.run_on_stack = sur_la_pile;
+  if (!sur_la_pile) {
+    s.commande_machine = false;
+    m.nb_PasX.set_text(pas_X);
+    m.nb_PasY.set_text(pas_Y);
+  }
 }
 
 void enchaine_fichier(Context& c) {

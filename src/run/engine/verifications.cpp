@@ -5,6 +5,7 @@
 #include <set>
 
 #include "core/numbers.h"
+#include "link/line.h"
 #include "run/engine/ligne_run.h"
 
 namespace brivel {
@@ -40,8 +41,7 @@ std::optional<std::string> refus_perforation(Context& c) {
   Model& m = c.m;
   RunState& s = c.s;
   if (!c.p.serial().is_open()) {
-    return "Machine non connectée : perforation impossible. Indiquer le numéro du port COM ou cliquer sur "
-           "\"Numéro du port COM\" pour le rechercher";
+    return std::string("Machine non connectée : perforation impossible. ") + kOuTrouverLePort;
   }
   if (!(s.ms_par_pas > 0) || !std::isfinite(s.ms_par_pas) || !(s.pas_Y_mm > 0)) {
     return "Durée d'un pas nulle : vérifier la vitesse du carton, le pas moteur Y et la précision, puis "

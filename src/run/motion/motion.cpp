@@ -117,11 +117,34 @@ void deplace_Y(Context& c) {
     defaut_liaison(c, a);
   else if (s.rep_B)
     defaut_repos_poincon(c);
+  s.y_moteur += static_cast<int64_t>(std::llround(pas_moteur));
   // As for X: the field as it stands after the wait (the stop of the
   // continuous feed writes it inside the wait).
   s.compteur_Y = clng_borne(static_cast<double>(s.compteur_Y) + val(m.nb_PasY.text()));
   m.LabelY.set_text(str_plain(s.compteur_Y));
   attente_ms(c.p, kMoveGapMs);
+}
+
+bool recule_Y(Context& c, int64_t pas_moteur) {
+  RunState& s = c.s;
+  while (pas_moteur > 0) {
+    // The five digits carry 99999 steps a frame.
+    const int64_t part = std::min<int64_t>(pas_moteur, 99999);
+    const Attente a = ecrit_et_attend(c, *number_frame("My", static_cast<double>(part)), kRepA | kRepB,
+                                      delai_mouvement_ms(static_cast<double>(part), val(c.m.VitesseY.text())));
+    if (a != Attente::Reponse) {
+      defaut_liaison(c, a);
+      return false;
+    }
+    if (s.rep_B) {
+      defaut_repos_poincon(c);
+      return false;
+    }
+    s.y_moteur -= part;
+    pas_moteur -= part;
+    attente_ms(c.p, kMoveGapMs);
+  }
+  return true;
 }
 
 void cycle_Z(Context& c) {
@@ -166,6 +189,8 @@ void cycle_Z(Context& c) {
       if (s.watchdog_echu != 0) {
         s.watchdog_echu = 0;
         defaut(c, "Non réponse poinçon");
+      } else if (s.rep_A) {
+        ++(s.cycle_de_la_piece ? s.trous_confirmes : s.trous_main);
       }
     }
     m.E(7).set_color(palette::kWhite);

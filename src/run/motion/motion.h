@@ -16,6 +16,10 @@ void fin_travail(Context& c);    // "ZGxxxxx", 25 ms
 void deplace_X(Context& c);      // nb_PasX steps in direction sens_X
 void deplace_Y(Context& c);      // nb_PasY Y steps of NbpasY motor steps
 void cycle_Z(Context& c);        // one punch cycle where the head stands
+// Feeds the card back by that many Y motor steps ("My", 99999 a frame at
+// most), to undo a feed made by hand in a pause. False, with the fault
+// sequence done, when the board refused or fell silent.
+bool recule_Y(Context& c, int64_t pas_moteur);
 void arme_watchdog(Context& c);   // WD_timer, 1000 ms, fires once
 void WD_timer_Timer(Context& c);  // the watchdog's expiry
 // The one fault sequence: suspends (etat_pause 1), saves the automatic

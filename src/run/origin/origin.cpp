@@ -7,6 +7,7 @@
 #include "core/numbers.h"
 #include "link/frames.h"
 #include "link/line.h"
+#include "link/occupation.h"
 #include "run/motion/motion.h"
 
 namespace brivel {
@@ -23,21 +24,22 @@ double delai_recherche_ms(const Model& m) {
   return delai_mouvement_ms(2.0 * 32768 + std::abs(val(m.Text_origineX.text())), val(m.VitesseX.text()));
 }
 
-// Asks until the board says it is ready. A lost port can't become ready:
-// the question stops there and the fault suspends the run.
-void attend_machine_prete(Context& c) {
+// Asks until the board says it is ready. A lost port can't become ready,
+// and a board that lets the question's time run out is not there: the
+// question stops and the fault sequence suspends the run. False then.
+bool attend_machine_prete(Context& c) {
   for (;;) {
     const Attente a = ecrit_et_attend(c, fixed_frame("ON"), kRepA | kRepB);
-    if (a == Attente::PortPerdu) {
+    if (a == Attente::PortPerdu || a == Attente::Delai) {
       defaut(c, texte_defaut_liaison(a));
-      return;
+      return false;
     }
     const bool prete = a == Attente::Reponse && !c.s.rep_B;
     if (!prete)
       c.m.Label_defautP.set_text(a == Attente::Reponse ? "Calage origine impossible. Machine en marche?"
                                                        : texte_defaut_liaison(a));
     attente_ms(c.p, kPauseQuestionMs);
-    if (prete) return;
+    if (prete) return true;
   }
 }
 }  // namespace
@@ -51,7 +53,10 @@ void recherche_origine(Context& c) {
   Model& m = c.m;
   RunState& s = c.s;
   Disabled_commande(m);
-  if (!s.perforation_lancee) attend_machine_prete(c);
+  if (!s.perforation_lancee && !attend_machine_prete(c)) {
+    Enabled_commande(m);
+    return;
+  }
   const int16_t x_sauve = s.compteur_X;
   m.Label_defautP.set_text(s.recalage_demande ? "Recalage par rapport à l'origine" : "Recherche de l'origine");
   m.E(5).set_color(palette::kLightRed);
@@ -104,7 +109,8 @@ void recherche_origine(Context& c) {
 }
 
 void Origine_N_Click(Context& c) {
-  if (!port_pret(c)) return;
+  Occupation occ(c);
+  if (!occ) return;
   debut_travail(c);
   recherche_origine(c);
   fin_travail(c);

@@ -1,4 +1,4 @@
-#include "tools/occupation.h"
+#include "link/occupation.h"
 
 #include "link/line.h"
 
