@@ -88,6 +88,13 @@ int main(int argc, char** argv) {
   });
   brivel::ScriptRunner runner(app, platform.dialogs, std::cout);
   platform.runner = &runner;
+  // A line that fails inside a handler started by "start" can't unwind it.
+  runner.end_now = [](const brivel::ScriptResult& r) {
+    if (r.status != brivel::ScriptStatus::Ok) std::cerr << "brivel-script: " << r.message << "\n";
+    std::cerr.flush();
+    std::fflush(nullptr);
+    _exit(static_cast<int>(r.status));
+  };
   brivel::ScriptResult r = runner.run(script);
   if (r.status != brivel::ScriptStatus::Ok) std::cerr << "brivel-script: " << r.message << "\n";
   return static_cast<int>(r.status);

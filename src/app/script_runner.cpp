@@ -1,5 +1,6 @@
 #include "app/script_runner.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <optional>
@@ -45,7 +46,7 @@ std::optional<double> number(const std::string& s) {
 // silently dropped.
 std::optional<ScriptResult> extra_words(const std::string& cmd, const std::string& rest) {
   auto [word, after] = head(rest);
-  const bool one_word = cmd == "click" || cmd == "print";
+  const bool one_word = cmd == "click" || cmd == "start" || cmd == "print";
   const bool none = cmd == "quit";
   if ((one_word && !after.empty()) || (none && !word.empty()))
     return error("mots en trop après " + cmd + (one_word ? " " + word : "") + " : « " + (none ? rest : after) + " »");
@@ -69,23 +70,89 @@ std::string script_value(const Element& e) {
 
 ScriptResult ScriptRunner::run(const std::string& script) {
   std::istringstream in(script);
-  std::string line;
-  int number = 0;
-  while (std::getline(in, line)) {
-    ++number;
+  lines_.clear();
+  for (std::string line; std::getline(in, line);) {
     if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines_.push_back(line);
+  }
+  next_ = 0;
+  pending_.reset();
+  ended_.reset();
+  return play(false);
+}
+
+ScriptResult ScriptRunner::play(bool in_handler) {
+  for (;;) {
+    if (ended_) return *ended_;
+    if (pending_) {
+      if (in_handler && !pending_->holds() && !pending_->expired(app_.p.tick_ms())) return {};
+      // Outside a started handler the wait is ours: the event loop turns here.
+      while (!pending_->holds() && !pending_->expired(app_.p.tick_ms()))
+        app_.p.turn(static_cast<int>(std::clamp(pending_->until_ms - app_.p.tick_ms(), 1.0, 50.0)));
+      auto p = std::move(pending_);
+      pending_.reset();
+      if (!p->holds()) {
+        ended_ = at_line(p->line, failure(p->failure()));
+        continue;
+      }
+    }
+    if (next_ >= lines_.size()) return {};
+    const std::string& line = lines_[next_++];
     auto [word, rest] = head(line);
     if (word.empty() || word[0] == '#') continue;
-    line_number_ = number;
+    line_number_ = static_cast<int>(next_);
     line_text_ = line;
-    ScriptResult r = step(line);
-    if (r.status != ScriptStatus::Ok || r.quit) {
-      r.line = number;
-      if (r.status != ScriptStatus::Ok)
-        r.message = "ligne " + std::to_string(number) + " : " + line + "\n  " + r.message;
-      return r;
+    if (word == "finish") {
+      if (!rest.empty()) {
+        ended_ = at_line(line_number_, error("mots en trop après finish : « " + rest + " »"));
+        continue;
+      }
+      // The next lines wait for the started handler's end: its player stops.
+      if (in_handler) {
+        parked_at_ = started_;
+        return {};
+      }
+      continue;
     }
+    if (in_handler && word == "quit") {
+      ended_ = at_line(line_number_, failure("quit refusé : la commande lancée par « start " + started_name_ +
+                                             " » tourne encore (finish attend sa fin)"));
+      continue;
+    }
+    ScriptResult r = step(line);
+    if (r.status != ScriptStatus::Ok || r.quit) ended_ = at_line(line_number_, r);
   }
+}
+
+ScriptResult ScriptRunner::at_line(int number, ScriptResult r) {
+  r.line = number;
+  if (r.status != ScriptStatus::Ok)
+    r.message = "ligne " + std::to_string(number) + " : " + lines_[number - 1] + "\n  " + r.message;
+  return r;
+}
+
+void ScriptRunner::tick() {
+  // One player per started handler: a line that clicks a long handler runs
+  // it to its end, as "click" does, without playing the next lines inside it.
+  if (playing_ >= started_ || ended_ || parked_at_ != 0) return;
+  ++playing_;
+  play(true);
+  --playing_;
+  // A failure can't unwind the started handler: the script ends here.
+  if (ended_ && end_now) end_now(*ended_);
+}
+
+ScriptResult ScriptRunner::start(Element& e, const std::string& name) {
+  const std::string outer = started_name_;
+  started_name_ = name;
+  ++started_;
+  const int timer = app_.p.add_timer(kTickMs, [this] { tick(); });
+  const bool clicked = e.operator_click();
+  app_.p.remove_timer(timer);
+  --started_;
+  if (parked_at_ > started_) parked_at_ = 0;  // the end it waited for
+  started_name_ = outer;
+  if (!clicked) return failure(name + " ne peut pas être cliqué (désactivé ou caché)");
   return {};
 }
 
@@ -115,9 +182,10 @@ ScriptResult ScriptRunner::step(const std::string& line) {
     e->set_value(std::atoi(v.c_str()));
     return {};
   }
-  if (cmd == "click") {
+  if (cmd == "click" || cmd == "start") {
     Element* e = field(rest);
     if (!e) return error("élément inconnu : " + rest);
+    if (cmd == "start") return start(*e, rest);
     if (!e->operator_click()) return failure(rest + " ne peut pas être cliqué (désactivé ou caché)");
     return {};
   }
@@ -205,18 +273,24 @@ ScriptResult ScriptRunner::step(const std::string& line) {
         return error("expression illisible : " + text);
       }
     }
-    auto holds = [&] { return op == "=" ? script_value(*e) == text : std::regex_match(script_value(*e), re); };
-    if (cmd == "wait") {
-      const int32_t start = app_.p.tick_ms();
-      while (!holds() && app_.p.tick_ms() - start < seconds * 1000) app_.p.turn(50);
-    }
-    if (!holds()) return failure("attendu " + name + " " + op + " « " + text + " », lu « " + script_value(*e) + " »");
+    auto holds = [e, eq = op == "=", text, re] {
+      return eq ? script_value(*e) == text : std::regex_match(script_value(*e), re);
+    };
+    auto failure_text = [e, name, op, text] {
+      return "attendu " + name + " " + op + " « " + text + " », lu « " + script_value(*e) + " »";
+    };
+    if (cmd == "expect") return holds() ? ScriptResult{} : failure(failure_text());
+    pending_ = Pending{line_number_, holds, app_.p.tick_ms() + seconds * 1000, failure_text};
     return {};
   }
   if (cmd == "pause") {
     auto ms = number(rest);
     if (!ms || *ms < 0) return error("pause MS : un nombre de millisecondes, 0 ou plus");
-    attente_ms(app_.p, *ms);
+    // As attente_ms: over once the tick is strictly past the deadline.
+    const double until = app_.p.tick_ms() + *ms;
+    EventLoop& loop = app_.p;
+    pending_ = Pending{line_number_, [&loop, until] { return loop.tick_ms() > until; }, std::floor(until) + 1,
+                       [] { return std::string(); }};
     return {};
   }
   if (cmd == "key") {

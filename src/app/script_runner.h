@@ -4,6 +4,13 @@
 //   set FIELD TEXT           type TEXT into a text field (TEXT may be empty)
 //   check FIELD 0|1|2        set a check box (an option button: 0|1)
 //   click NAME               click a button, menu entry, clickable label, perfo(5)...
+//                            and run its handler to the end
+//   start NAME               click, and play the next lines inside the
+//                            handler's waits, as an operator's clicks come
+//                            while a run, a calibration or a feed goes on; a
+//                            quit is refused while it still runs
+//   finish                   the next lines wait until the handler started by
+//                            "start" has ended
 //   select File1 NAME        pick a row of a list by its text and click it
 //   answer open PATH...      next open dialog gets PATH (several, of one folder: a
 //                            multiple selection; paths have no blanks)
@@ -22,7 +29,9 @@
 // need an element the operator can reach (enabled and shown), as clicking does.
 #pragma once
 
+#include <functional>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,13 +57,44 @@ class ScriptRunner {
   ScriptRunner(ConsoleApp& app, QueuedDialogs& dialogs, std::ostream& out) : app_(app), dialogs_(dialogs), out_(out) {}
   // Runs the script text line by line, stopping at the first failure.
   ScriptResult run(const std::string& script);
+  // Called when a line played inside a started handler fails (or is a
+  // quit): the handler can't be unwound, so the program ends there. Unset,
+  // the player stops and run() returns the failure once the handler ends.
+  std::function<void(const ScriptResult&)> end_now;
   // The line being played (1-based) and its text, for a console that ends
   // by itself in the middle of it.
   int line_number() const { return line_number_; }
   const std::string& line_text() const { return line_text_; }
 
  private:
+  // A wait or pause under way: the line is done once `holds`, failed once
+  // the time is out.
+  struct Pending {
+    int line = 0;
+    std::function<bool()> holds;
+    double until_ms = 0;
+    std::function<std::string()> failure;
+    bool expired(double now) const { return now >= until_ms; }
+  };
+  static constexpr int kTickMs = 10;  // how often a started handler lets the script play
+
   ScriptResult step(const std::string& line);
+  // Plays lines until the end, a failure or a quit; inside a started
+  // handler (`in_handler`) it also returns at a wait that doesn't hold yet,
+  // to be taken up at the next tick.
+  ScriptResult play(bool in_handler);
+  ScriptResult at_line(int number, ScriptResult r);
+  ScriptResult start(Element& e, const std::string& name);
+  void tick();
+
+  std::vector<std::string> lines_;
+  size_t next_ = 0;
+  std::optional<Pending> pending_;
+  std::optional<ScriptResult> ended_;
+  int started_ = 0;  // handlers started by "start" still on the stack
+  int parked_at_ = 0;  // "finish" stopped the player of that started handler
+  int playing_ = 0;  // players running inside them
+  std::string started_name_;
   ConsoleApp& app_;
   QueuedDialogs& dialogs_;
   std::ostream& out_;

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <set>
 #include <sstream>
 
+#include "support/punch_rig.h"
 #include "support/sim_console.h"
 
 namespace brivel::test {
@@ -159,6 +162,55 @@ TEST(ScriptRunner, WaitsAndPausesRunOnTheConsoleClock) {
   t0 = t.p.tick_ms();
   ASSERT_EQ(t.runner.run("wait LabelX = 0\n").status, ScriptStatus::Ok);
   EXPECT_EQ(t.p.tick_ms(), t0) << "a wait that already holds takes no time";
+}
+
+// "start": the next lines are an operator's clicks during the run. A pause
+// with a hand move and an origin search leaves every hole at the place the
+// same piece punched straight through has it; one is punched twice.
+TEST(ScriptRunner, StartPlaysTheNextLinesInsideTheHandler) {
+  const std::string piece = fichier_evenements({note_line(1000, 60, 500), note_line(2000, 62, 100)}, 2200);
+  auto places = [](const PunchRig& r) {
+    auto h = r.holes();
+    return std::set<std::pair<int, int>>(h.begin(), h.end());
+  };
+  PunchRig straight;
+  ASSERT_TRUE(straight.load(piece));
+  straight.punch();
+  const std::string pause =
+      "start Command11\nwait Label_defautP = Perforation en cours\nwait gauge1 ~ [3-9]\nclick Command12\n"
+      "wait Command12 = Continuer\npause 500\nclick fenetre_moteurs\nset nb_PasX 100\nclick CommandeX_P\n"
+      "click OrigineX_M\nclick fenetre_perforation\nclick Command12\n";
+  struct Case {
+    std::string script;
+    ScriptStatus status;
+    int line;
+    size_t holes;  // beyond the straight run's
+  } cases[] = {
+      {pause + "finish\nexpect Label_defautP = Perforation terminée\n", ScriptStatus::Ok, 0, 1},
+      {pause + "wait Label_defautP = Perforation terminée\nquit\n", ScriptStatus::Failed, 14, 1},
+      {"start Command11\nwait Label_defautP = Perforation en cours\nfinish\nfinish\nquit\n", ScriptStatus::Ok, 5, 0},
+  };
+  for (const auto& k : cases) {
+    PunchRig r;
+    ASSERT_TRUE(r.load(piece));
+    std::ostringstream out;
+    ScriptRunner runner{r.app, r.p.sim_dialogs(), out};
+    ScriptResult res{};
+    try {
+      res = runner.run(k.script);
+    } catch (const SimProcessEnded&) {
+      res.line = 5;  // the quit sequence ends the simulated process
+    }
+    EXPECT_EQ(res.status, k.status) << k.script << res.message;
+    EXPECT_EQ(res.line, k.line) << k.script;
+    if (k.status == ScriptStatus::Failed) {
+      EXPECT_NE(res.message.find("quit refusé"), std::string::npos) << res.message;
+    }
+    const auto f = r.frame_bytes(0);
+    EXPECT_EQ(static_cast<size_t>(std::count(f.begin(), f.end(), "mX00100\n")), k.holes) << "the hand move went out";
+    EXPECT_EQ(places(r), places(straight)) << k.script;
+    EXPECT_EQ(r.holes().size(), straight.holes().size() + k.holes) << k.script;
+  }
 }
 
 TEST(ScriptRunner, WaitAndQuit) {
