@@ -15,6 +15,7 @@ const std::string kPiece = fichier_evenements(
 TEST(HoleJournal, LinesAndTheLastRunOfAPiece) {
   const JournalHole h{12 * 3600 + 4 * 60 + 31, "Valse", 1234, 6, 108, 12320};
   EXPECT_EQ(journal_line(h), "12:04:31;Valse;0001234;6;108;12320");
+  EXPECT_EQ(journal_line({0, "Valse", 1234, 0, 150, 12320, true}), "00:00:00;Valse;0001234;0;150;12320;main");
   EXPECT_EQ(journal_start_line("Valse", 43202), "# Perforation de Valse 12:00:02");
 
   const std::string text =
@@ -24,6 +25,7 @@ TEST(HoleJournal, LinesAndTheLastRunOfAPiece) {
       "12:00:05;Valse;0000074;6;108;720\r\n"
       "12:00:06;Polka;0000010;3;58;80\r\n"  // another piece's hole
       "12:00:07;Valse;0000077;6;108;750\r\n"
+      "12:00:07;Valse;0000077;0;150;750;main\r\n"  // a hole by hand in a pause
       "# Perforation de Valse Musette 12:01:00\r\n"  // another piece whose name begins alike
       "12:00:08;Valse;xx;6;108;780\r\n"              // no step
       "12:00:09;Valse;0000083;6;108";                // cut by a crash

@@ -214,6 +214,9 @@ TEST(RunEngine, EveryFaultThenContinuer) {
       // The 1st ON is the readiness question, the 2nd the first "Continuer":
       // answered no, the run stays suspended until the operator asks again.
       {"B ON 2\nC CZ 2", "Résoudre le défaut avant de Continuer", 2, {}},
+      // A board that never answers the readiness question: its time runs
+      // out once, the run suspends at its first hole instead of asking for ever.
+      {"silence ON 1", "Pas de réponse de la machine - Contexte sauvegardé", 1, {{108, 720}}},
   };
   for (const auto& k : cases) {
     PunchRig r(fault_script(k.script));

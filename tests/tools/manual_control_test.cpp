@@ -12,11 +12,14 @@ TEST(ManualControl, EachCommandIsOneWorkingSequence) {
     Element Model::*button;
     int demipas;
     std::vector<std::string> frames;
+    const char* label_y = "0";  // the card's place, in steps of the list
   } cases[] = {
       {&Model::CommandeX_P, 0, {"AGxxxxx\n", "MX00200\n", "ZGxxxxx\n"}},
       {&Model::CommandeX_M, 1, {"AGxxxxx\n", "mx00200\n", "ZGxxxxx\n"}},
-      {&Model::CommandeY_M, 1, {"AGxxxxx\n", "MY00200\n", "ZGxxxxx\n"}},
+      // 200 motor steps are 20 steps of 10.
+      {&Model::CommandeY_M, 1, {"AGxxxxx\n", "MY00200\n", "ZGxxxxx\n"}, "20"},
       {&Model::CommandeZ_M, 1, {"AGxxxxx\n", "CZxxxxx\n", "ZGxxxxx\n"}},
+      {&Model::OrigineX_M, 0, {"AGxxxxx\n", "ONxxxxx\n", "ORxxxxx\n", "\n", "\n", "ZGxxxxx\n"}},
   };
   for (const auto& c : cases) {
     SimConsole sc;
@@ -27,6 +30,7 @@ TEST(ManualControl, EachCommandIsOneWorkingSequence) {
     ASSERT_TRUE((sc.m.*c.button).operator_click());
     EXPECT_EQ(sc.frame_bytes(from), c.frames) << (sc.m.*c.button).name();
     EXPECT_EQ(sc.m.NbpasY.text(), "10") << "the Y move gives NbpasY back";
+    EXPECT_EQ(sc.m.LabelY.text(), c.label_y) << (sc.m.*c.button).name();
   }
 }
 
@@ -63,6 +67,7 @@ TEST(ManualControl, SecondCommandRefusedWhileOneWaits) {
   r.m.Demipas.set_value(0);
   r.m.nb_PasX.set_text("1000");
   r.click_later(400, r.m.CommandeZ_M);
+  r.click_later(600, r.m.OrigineX_M);
   r.m.CommandeX_P.operator_click();
   EXPECT_EQ(r.sent(), (std::vector<std::string>{"AGxxxxx\n", "MX01000\n", "ZGxxxxx\n"}));
   EXPECT_EQ(r.m.Label_defautP.text(), "Commande refusée : la machine exécute déjà une commande");
