@@ -259,16 +259,17 @@ bool bornes(Context& c, Run& run) {
 void Command11_Click(Context& c) {
   Model& m = c.m;
   RunState& s = c.s;
+  const bool sur_la_pile = s.run_on_stack;
+  // A hand command or a detector poll waits on the machine: the run would
+  // share its replies. A deferred start tries again at its next tick.
+  if (!sur_la_pile && s.commande_machine) {
+    m.Label_defautP.set_text(kCommandeRefusee);
+    return;
+  }
   m.Timer2.set_enabled(false);
   if (auto refus = refus_perforation(c)) {
     m.Label_defautP.set_text(*refus);
     m.Command11.set_enabled(true);
-    return;
-  }
-  const bool sur_la_pile = s.run_on_stack;
-  // A hand command waits on the machine: the run would share its replies.
-  if (!sur_la_pile && s.commande_machine) {
-    m.Label_defautP.set_text(kCommandeRefusee);
     return;
   }
   m.fenetre_moteurs.set_enabled(false);
