@@ -100,7 +100,8 @@ int run(ConsoleApp& app, Dialogs& real_dialogs, QtPlatform& platform, const Opti
     std::fprintf(stderr, "brivel : perforation non faite : %s\n", m.Label_defautP.text().c_str());
     return 1;
   }
-  std::printf("Perforation terminée : %d perforations en %d min %02d s (%s)\n", app.s.compteur_trous,
+  // The holes the board confirmed; compteur_trous counts every cycle tried.
+  std::printf("Perforation terminée : %d trous en %d min %02d s (%s)\n", app.s.trous_confirmes,
               static_cast<int>(s) / 60, static_cast<int>(s) % 60, o.piece.c_str());
   return 0;
 }
