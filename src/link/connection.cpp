@@ -124,11 +124,12 @@ void SysInfo_DeviceArrival(Context& c, int type, int id, const std::string& name
   if (type != 3 || id != 0) return;
   if (run_under_way(c) && c.p.serial().is_open()) {
     // A reset now would lose the board's place under the run.
-    c.m.Label_defautP.set_text(c.m.Label_defautP.text() +
-                               "Carte arduino détectée - ignorée : une perforation est en cours\r\n");
+    c.m.Label_defautP.set_text("Carte arduino détectée - ignorée : une perforation est en cours");
     return;
   }
-  c.m.Label_defautP.set_text(c.m.Label_defautP.text() + "Carte arduino détectée\r\n");
+  // One message at a time: the arrival replaces the line, it isn't run on
+  // behind whatever the line said.
+  c.m.Label_defautP.set_text("Carte arduino détectée");
   c.p.set_busy(true);
   c.m.AdressePort.set_text(name.size() > 3 ? name.substr(3) : std::string());
   if (!c.p.serial().is_open()) {

@@ -76,8 +76,9 @@ TEST(Connection, ActionsAndDeviceEvents) {
     r.p.sim_devices().arrival_(3, 0, "COM10");
   };
   const int G = palette::kLightGreen, R = palette::kLightRed, None = palette::kNone;
-  const std::string found = "xCarte arduino détectée\r\n";
-  const std::string ignored = "xCarte arduino détectée - ignorée : une perforation est en cours\r\n";
+  // Each replaces the line ("x" before it), never runs on behind it.
+  const std::string found = "Carte arduino détectée";
+  const std::string ignored = "Carte arduino détectée - ignorée : une perforation est en cours";
   struct Case {
     const char* what;
     std::vector<int> ports;
