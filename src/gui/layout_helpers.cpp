@@ -1,5 +1,7 @@
 #include "gui/layout_helpers.h"
 
+#include "console/service_line.h"
+
 #include <QFontMetrics>
 #include <QLineEdit>
 
@@ -30,6 +32,21 @@ void mark_fault(QWidget* w) {
   QPalette pal = w->palette();
   pal.setColor(QPalette::WindowText, QColor(0xC6, 0x28, 0x28));
   w->setPalette(pal);
+}
+
+void colour_by_kind(Model& m, Element& e, QLabel* w) {
+  const QPalette usual = w->palette();
+  auto paint = [w, usual, &e] {
+    if (texte_de_defaut(e.text()))
+      mark_fault(w);
+    else
+      w->setPalette(usual);
+  };
+  paint();
+  const int id = m.subscribe([paint, &e](Element& changed, Prop p) {
+    if (&changed == &e && p == Prop::Text) paint();
+  });
+  QObject::connect(w, &QObject::destroyed, [&m, id] { m.unsubscribe(id); });
 }
 
 void embolden(QWidget* w) {

@@ -21,6 +21,10 @@ void size_for_chars(QWidget* w, int chars);
 // Fault captions are red.
 void mark_fault(QWidget* w);
 
+// `w` shows `e`'s text in red while it tells of a fault, in the usual colour
+// otherwise; it follows each change of the text.
+void colour_by_kind(Model& m, Element& e, QLabel* w);
+
 // A bold caption.
 void embolden(QWidget* w);
 

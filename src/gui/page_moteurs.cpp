@@ -88,7 +88,7 @@ QGroupBox* trois_axes(Binder& b) {
   auto* fault = static_cast<QLabel*>(b.make(m.Label_defaut));
   fault->setWordWrap(true);
   embolden(fault);
-  mark_fault(fault);
+  colour_by_kind(m, m.Label_defaut, fault);
   v->addWidget(fault);
   return box;
 }

@@ -86,7 +86,7 @@ Area build_perforation_area(Binder& b) {
   msg->setMargin(4);
   msg->setMinimumHeight(2 * msg->fontMetrics().lineSpacing() + 10);
   msg->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-  mark_fault(msg);
+  colour_by_kind(m, m.Label_defautP, msg);
   v->addWidget(msg);
 
   v->addWidget(controle(b), 1);

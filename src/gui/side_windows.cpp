@@ -3,6 +3,7 @@
 #include <QCloseEvent>
 #include <QGridLayout>
 #include <QLabel>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 #include "gui/layout_helpers.h"
@@ -55,6 +56,12 @@ FormWindow* build_about_box(Binder& b, QWidget* parent) {
   holes->setFixedSize(22, 22);
   holes->setToolTip(QStringLiteral("Nombre de perforations depuis le début du morceau"));
   bottom->addWidget(holes);
+  auto* ok = new QPushButton(QStringLiteral("OK"));
+  ok->setObjectName(QStringLiteral("about_ok"));
+  ok->setDefault(true);
+  Element* about = &m.About;
+  QObject::connect(ok, &QPushButton::clicked, box, [about] { about->set_visible(false); });
+  bottom->addWidget(ok);
   v->addLayout(bottom);
   box->setMinimumWidth(440);
   return box;

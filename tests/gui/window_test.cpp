@@ -311,6 +311,12 @@ TEST_F(WindowTest, AboutBoxWithItsHiddenButtonAndAddresses) {
   click(address, address->rect().center());
   ASSERT_EQ(desk.p.documents().size(), 1u);
   EXPECT_EQ(desk.p.documents()[0], m.about_address1.text());
+
+  auto* ok = about->findChild<QPushButton*>(QStringLiteral("about_ok"));
+  ASSERT_NE(ok, nullptr);
+  ok->click();
+  EXPECT_FALSE(m.About.visible());
+  EXPECT_FALSE(about->isVisible());
 }
 
 TEST_F(WindowTest, ClosingTheWindowRunsTheQuitSequence) {
