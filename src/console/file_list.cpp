@@ -21,6 +21,9 @@ void refresh_File1(Context& c) {
   c.m.File1.set_rows(names);
   auto at = std::find(names.begin(), names.end(), picked);
   if (!picked.empty() && at != names.end()) c.m.File1.set_selected(static_cast<int>(at - names.begin()));
+  // A first start: nothing to pick, so the service line says what to do
+  // instead of asking to pick.
+  if (names.empty() && c.m.Label_defautP.text().rfind(kAChoisir, 0) == 0) c.m.Label_defautP.set_text(kListeVide);
 }
 
 }  // namespace brivel

@@ -204,6 +204,8 @@ Model::Model() {
   add(Fichier, "", "Fichier");
   add(Ouvre_midi, "Fichier", "Ouvrir Fichier Midi...").shortcut_ = "Ctrl+O";
   Ouvre_midi.enabled_ = false;
+  // Ours: a parameter file from any folder joins the list.
+  add(Ouvre_param, "Fichier", "Ouvrir Paramètres...").shortcut_ = "Ctrl+P";
   add(Sauve_param, "Fichier", "Sauver Paramètres").shortcut_ = "Ctrl+S";
   Sauve_param.enabled_ = false;
   add(separe1, "Fichier", "-");

@@ -128,6 +128,7 @@ class Model {
 
   // --- Menus -----------------------------------------------------------------
   Element Fichier{Kind::MenuEntry, "Fichier"}, Ouvre_midi{Kind::MenuEntry, "Ouvre_midi"},
+      Ouvre_param{Kind::MenuEntry, "Ouvre_param"},
       Sauve_param{Kind::MenuEntry, "Sauve_param"}, separe1{Kind::MenuEntry, "separe1"},
       Sauve_contexte{Kind::MenuEntry, "Sauve_contexte"}, Restitue_contexte{Kind::MenuEntry, "Restitue_contexte"},
       separe2{Kind::MenuEntry, "separe2"}, perfo_retard{Kind::MenuEntry, "perfo_retard"},

@@ -1,3 +1,7 @@
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+
 #include "console/file_list.h"
 #include "geometry/note_names.h"
 #include "link/connection.h"
@@ -57,13 +61,65 @@ bool charge_parametres(Context& c) {
 
 void File1_Click(Context& c) { charge_parametres(c); }
 
+namespace {
+bool finit_par_set(const std::string& nom) {
+  if (nom.size() < 4) return false;
+  std::string ext = nom.substr(nom.size() - 4);
+  for (char& ch : ext) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+  return ext == ".set";
+}
+}  // namespace
+
+void Ouvre_param_Click(Context& c) {
+  namespace fs = std::filesystem;
+  Model& m = c.m;
+  FileDialogRequest req;
+  req.filter = "Fichiers (*.set)|*.set|Tous (*.*)|*.*|";
+  req.filter_index = 1;
+  const std::string chemin = c.p.dialogs().open_file(req);
+  refresh_File1(c);
+  if (chemin.empty()) return;
+  // The list shows the program's folder: a file from elsewhere is copied
+  // in, under its own name, with ".set" behind it when it lacks it.
+  std::string nom = fs::path(chemin).filename().string();
+  if (!finit_par_set(nom)) nom += ".set";
+  const std::string cible = c.s.dossier_appli + nom;
+  std::error_code ec;
+  if (!fs::equivalent(chemin, cible, ec)) {
+    auto octets = lit_fichier_octets(chemin, kTailleMaxSet);
+    if (!octets) {
+      m.Label_defautP.set_text("Fichier de paramètres illisible : " + chemin);
+      return;
+    }
+    auto deja = lit_fichier_octets(cible, kTailleMaxSet);
+    if (deja && *deja != *octets &&
+        c.p.dialogs().message_box("Le fichier " + nom + " existe déjà dans la liste. Le remplacer par celui de " +
+                                      fs::path(chemin).parent_path().string() + " ?",
+                                  BoxButtons::YesNoDefaultNo) != BoxAnswer::Yes)
+      return;
+    if (!ecrit_fichier_atomique(cible, *octets)) {
+      m.Label_defautP.set_text("Fichier de paramètres non copié : impossible d'écrire le fichier " + cible);
+      return;
+    }
+  }
+  refresh_File1(c);
+  const auto& rows = m.File1.rows();
+  const auto at = std::find(rows.begin(), rows.end(), nom);
+  if (at == rows.end()) return;
+  // Picked in the list as the operator would: the load follows.
+  m.File1.set_selected(static_cast<int>(at - rows.begin()));
+  m.File1.click();
+}
+
 void Sauve_param_Click(Context& c) {
   FileDialogRequest req;
   req.filter = "Fichiers (*.set)|*.set|Tous (*.*)|*.*|";
   req.filter_index = 1;
   req.overwrite_prompt = true;
   req.start_name = c.s.dossier_appli + c.s.nom_fichier_set;
-  const std::string chemin = c.p.dialogs().save_file(req);
+  std::string chemin = c.p.dialogs().save_file(req);
+  // A name typed without ".set" would never show in the list.
+  if (!chemin.empty() && !finit_par_set(chemin)) chemin += ".set";
   if (!chemin.empty()) {
     c.p.set_busy(true);
     if (!ecrit_fichier_atomique(chemin, texte_fichier(lignes_parametres(c.m, c.s))))
@@ -77,6 +133,7 @@ void install_persistence(Context& c) {
   Model& m = c.m;
   m.File1.handler = [&c] { File1_Click(c); };
   m.Sauve_param.handler = [&c] { Sauve_param_Click(c); };
+  m.Ouvre_param.handler = [&c] { Ouvre_param_Click(c); };
   m.Restitue_contexte.handler = [&c] { Restitue_contexte_Click(c); };
 }
 

@@ -17,6 +17,10 @@ bool charge_parametres(Context& c);
 void File1_Click(Context& c);
 // The menu entry "Sauver Paramètres".
 void Sauve_param_Click(Context& c);
+// Fichier > Ouvrir Paramètres...: a parameter file from any folder is copied
+// into the program's folder (asking before it replaces another of the same
+// name), shown in File1 and loaded.
+void Ouvre_param_Click(Context& c);
 // The menu entry "Restituer Contexte".
 void Restitue_contexte_Click(Context& c);
 

@@ -98,7 +98,7 @@ TEST(ScriptRunner, TypingChecksAndReadingByKind) {
       "print Demipas\n"        // a check box reads as its value
       "print About.nb_trou\n"  // a hidden button reads as its caption
       "expect nb_PasX ~ 1[0-9]\n"
-      "expect Label_defautP ~ Sélectionner.*\n"
+      "expect Label_defautP ~ Aucun fichier de paramètres.*\n"
       "click fenetre_notes\n"
       "check Valcalc 1\n"
       "print Valcalc\n");

@@ -3,6 +3,8 @@
 // closing, and a picture of each page.
 #include "gui/main_window.h"
 
+#include "console/file_list.h"
+
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
@@ -100,8 +102,8 @@ TEST_F(WindowTest, CaptionAndStartPage) {
   // Beyond the edge of the narrow window at start.
   for (const char* hidden : {"Frame7", "Frame8", "Calcul_X", "Frame9", "Perfoman", "Frame4", "axe", "Frame2"})
     EXPECT_FALSE(on_screen(hidden)) << hidden;
-  EXPECT_EQ(find<QLabel>("Label_defautP")->text(),
-            QStringLiteral("Sélectionner un fichier de paramètres (*.set) ou menu  Fenêtre "));
+  // A first start: no parameter file yet, and the line says what to do.
+  EXPECT_EQ(find<QLabel>("Label_defautP")->text().toStdString(), kListeVide);
 }
 
 TEST_F(WindowTest, PagesThroughTheMenuShowTheFramesOfTheirPage) {

@@ -3,7 +3,9 @@
 // field sets off on the way.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
+#include <optional>
 
 #include "console/file_list.h"
 #include "core/cp1252.h"
@@ -167,6 +169,40 @@ TEST(ParameterLoad, MissingFileIsSaidAndNothingIsLoaded) {
   d.m.File1.click();
   EXPECT_EQ(d.m.Label_defautP.text(), "Fichier de paramètres illisible : " + d.home + "parti.set");
   EXPECT_FALSE(d.m.Ouvre_midi.enabled());
+}
+
+// A parameter file from another folder joins the list and is loaded; a name
+// saved without ".set" gets it, so that the list shows it.
+TEST(ParameterLoad, FromAnyFolderAndSavedWithoutItsExtension) {
+  SimDesk a;
+  a.m.Text3.set_text("Orgue de salon");
+  std::filesystem::create_directories(a.home + "ailleurs");
+  a.p.sim_dialogs().save_answers.push_back(a.home + "ailleurs/salon");
+  a.m.Sauve_param.click();
+  ASSERT_FALSE(a.read_file("ailleurs/salon.set").empty());
+  EXPECT_TRUE(a.m.File1.rows().empty()) << "saved elsewhere: not in the list";
+
+  struct Case {
+    const char* what;
+    bool same_name_there;  // another file of that name already in the list
+    std::optional<BoxAnswer> replace;
+    const char* text3;     // what the console holds afterwards
+  } cases[] = {
+      {"copied in and loaded", false, std::nullopt, "Orgue de salon"},
+      {"another of that name, replaced", true, BoxAnswer::Yes, "Orgue de salon"},
+      {"another of that name, kept", true, BoxAnswer::No, ""},
+  };
+  for (const auto& k : cases) {
+    SimDesk d;
+    d.m.Text3.set_text("");
+    if (k.same_name_there) write(d, "salon.set", {"Autre orgue"});
+    if (k.replace) d.p.sim_dialogs().box_answers.push_back(*k.replace);
+    d.p.sim_dialogs().open_answers.push_back(a.home + "ailleurs/salon.set");
+    d.m.Ouvre_param.click();
+    EXPECT_EQ(d.m.Text3.text(), k.text3) << k.what;
+    EXPECT_EQ(d.m.File1.rows(), std::vector<std::string>{"salon.set"}) << k.what;
+    EXPECT_EQ(d.p.sim_dialogs().boxes.size(), k.replace ? 1u : 0u) << k.what;
+  }
 }
 
 TEST(ParameterLoad, MotorPageShowingSendsTheFramesInLineOrderThenTheBurst) {
