@@ -8,12 +8,14 @@
 #include <QApplication>
 #include <QDir>
 #include <QLabel>
+#include <QTextBrowser>
 #include <filesystem>
 
 #include "card/card_export.h"
 #include "geometry/note_names.h"
 #include "gui/card_canvas.h"
 #include "gui/main_window.h"
+#include "platform/qt/help_viewer.h"
 #include "support/punch_rig.h"
 
 namespace brivel::gui {
@@ -29,6 +31,24 @@ QString out_dir() {
 bool grab(QWidget& w, const char* name) {
   QApplication::processEvents();
   return w.grab().save(QDir(out_dir()).absoluteFilePath(QString::fromLatin1(name)), "PNG");
+}
+
+// With no web browser on the machine, "Aide" shows the guide in a window of
+// the program; a missing page shows nothing.
+TEST(HelpViewer, TheGuideInsideTheProgram) {
+  const auto guide = std::filesystem::path(__FILE__).parent_path() / "../../data/Brivel.htm";
+  EXPECT_FALSE(show_help_inside(QStringLiteral("/nonexistent/Brivel.htm")));
+  ASSERT_TRUE(show_help_inside(QString::fromStdString(guide.string())));
+  QWidget* help = nullptr;
+  for (QWidget* w : QApplication::topLevelWidgets())
+    if (w->objectName() == QLatin1String("aide")) help = w;
+  ASSERT_NE(help, nullptr);
+  EXPECT_TRUE(help->isVisible());
+  auto* text = help->findChild<QTextBrowser*>();
+  ASSERT_NE(text, nullptr);
+  EXPECT_TRUE(text->toPlainText().contains(QStringLiteral("Brivel")));
+  EXPECT_TRUE(grab(*help, "aide.png"));
+  help->close();
 }
 
 TEST(CardWindow, FollowsTheSamplePieceLive) {

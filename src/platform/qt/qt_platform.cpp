@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "platform/qt/desktop.h"
+#include "platform/qt/help_viewer.h"
 #include "platform/qt/port_table.h"
 #include "platform/qt/qt_devices.h"
 #include "platform/qt/qt_dialogs.h"
@@ -144,7 +145,10 @@ bool QtPlatform::open_document(const std::string& path_or_url) {
                                                QDir::currentPath().toStdString());
     if (!shipped.empty()) url = QUrl::fromLocalFile(QString::fromStdString(shipped));
   }
-  return url.isValid() && QDesktopServices::openUrl(url);
+  if (!url.isValid()) return false;
+  // A local page with no browser to show it: the program shows it itself.
+  if (url.isLocalFile() && !browser_available()) return show_help_inside(url.toLocalFile());
+  return QDesktopServices::openUrl(url) || (url.isLocalFile() && show_help_inside(url.toLocalFile()));
 }
 
 bool QtPlatform::start_command_file(const std::string& path) {
