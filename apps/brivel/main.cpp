@@ -5,6 +5,9 @@
 //                       each page into DIR (runs without a display on Qt's
 //                       offscreen platform)
 #include <QApplication>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QTranslator>
 #include <QFileInfo>
 #include <QStatusBar>
 #include <QStyleFactory>
@@ -88,6 +91,11 @@ int main(int argc, char** argv) {
   QApplication qapp(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Brivel"));
   if (QStyle* fusion = QStyleFactory::create(QStringLiteral("Fusion"))) QApplication::setStyle(fusion);
+  // The console speaks French: Qt's own dialogs (files, boxes) too.
+  QLocale::setDefault(QLocale(QLocale::French, QLocale::France));
+  QTranslator qt_fr;
+  if (qt_fr.load(QStringLiteral("qtbase_fr"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+    QApplication::installTranslator(&qt_fr);
 
   const QStringList qargs = QApplication::arguments();
   int demo = qargs.indexOf(QStringLiteral("--demo"));

@@ -3,7 +3,10 @@
 #include <QAction>
 #include <QBoxLayout>
 #include <QCheckBox>
+#include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QSettings>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
@@ -165,8 +168,14 @@ bool CardWindow::export_to(const QString& path, bool bounds_only) const {
 
 void CardWindow::ask_export(bool pdf) {
   const QString filter = pdf ? QStringLiteral("PDF (*.pdf)") : QStringLiteral("SVG (*.svg)");
-  QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Exporter le carton"), QString(), filter);
+  // A name made from the piece, in the folder of the last export.
+  QSettings settings(QStringLiteral("Brivel"), QStringLiteral("brivel"));
+  const QString folder = settings.value(QStringLiteral("dossiers/export"), QDir::homePath()).toString();
+  const QString piece = QString::fromStdString(c_.s.nom_midi_court.empty() ? "carton" : c_.s.nom_midi_court);
+  const QString proposed = QDir(folder).absoluteFilePath(piece + (pdf ? QStringLiteral(".pdf") : QStringLiteral(".svg")));
+  QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Exporter le carton"), proposed, filter);
   if (path.isEmpty()) return;
+  settings.setValue(QStringLiteral("dossiers/export"), QFileInfo(path).absolutePath());
   const QString ext = pdf ? QStringLiteral(".pdf") : QStringLiteral(".svg");
   if (!path.endsWith(ext, Qt::CaseInsensitive)) path += ext;
   state_->setText(export_to(path, bounds_only_->isChecked()) ? QStringLiteral("Carton exporté : %1").arg(path)

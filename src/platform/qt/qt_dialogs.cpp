@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QSettings>
 
 namespace brivel {
 
@@ -43,15 +44,36 @@ std::string qt_selected_filter(const std::string& filter, int index) {
   return all[static_cast<std::size_t>(index - 1)];
 }
 
+namespace {
+// The folder last used for a kind of file (by its filter), kept from one
+// session to the next: a dialog asked for no place opens there.
+QString settings_key(const std::string& filter) {
+  return QStringLiteral("dossiers/") + QString::fromStdString(filter).section(QLatin1Char('|'), 1, 1);
+}
+QString start_place(const FileDialogRequest& req) {
+  if (!req.start_name.empty()) return QString::fromStdString(req.start_name);
+  return QSettings(QStringLiteral("Brivel"), QStringLiteral("brivel")).value(settings_key(req.filter)).toString();
+}
+void remember(const FileDialogRequest& req, const QString& chosen) {
+  if (chosen.isEmpty()) return;
+  QSettings(QStringLiteral("Brivel"), QStringLiteral("brivel"))
+      .setValue(settings_key(req.filter), QFileInfo(chosen).absolutePath());
+}
+}  // namespace
+
 std::string QtDialogs::open_file(const FileDialogRequest& req) {
   if (!have_widgets()) return "";
   QString filter = QString::fromStdString(qt_filter(req.filter));
   QString selected = QString::fromStdString(qt_selected_filter(req.filter, req.filter_index));
-  QString start = QString::fromStdString(req.start_name);
-  if (!req.multi_select)
-    return QFileDialog::getOpenFileName(parent(), QString(), start, filter, &selected).toStdString();
+  QString start = start_place(req);
+  if (!req.multi_select) {
+    const QString file = QFileDialog::getOpenFileName(parent(), QString(), start, filter, &selected);
+    remember(req, file);
+    return file.toStdString();
+  }
   QStringList files = QFileDialog::getOpenFileNames(parent(), QString(), start, filter, &selected);
   if (files.isEmpty()) return "";
+  remember(req, files.front());
   if (files.size() == 1) return files.front().toStdString();
   // Several files: the folder, then each name, separated by zero characters.
   std::string out = QFileInfo(files.front()).absolutePath().toStdString();
@@ -67,9 +89,10 @@ std::string QtDialogs::save_file(const FileDialogRequest& req) {
   QFileDialog::Options opts;
   if (!req.overwrite_prompt) opts |= QFileDialog::DontConfirmOverwrite;
   QString selected = QString::fromStdString(qt_selected_filter(req.filter, req.filter_index));
-  return QFileDialog::getSaveFileName(parent(), QString(), QString::fromStdString(req.start_name),
-                                      QString::fromStdString(qt_filter(req.filter)), &selected, opts)
-      .toStdString();
+  const QString file = QFileDialog::getSaveFileName(parent(), QString(), start_place(req),
+                                                    QString::fromStdString(qt_filter(req.filter)), &selected, opts);
+  remember(req, file);
+  return file.toStdString();
 }
 
 BoxAnswer QtDialogs::message_box(const std::string& text, BoxButtons buttons) {
