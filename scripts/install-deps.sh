@@ -3,7 +3,8 @@
 # with sudo available). Packages already present are left alone.
 set -euo pipefail
 pkgs=(cmake ninja-build g++ pkg-config qt6-base-dev qt6-serialport-dev libudev-dev libgl-dev
-      libgtest-dev libgmock-dev libbenchmark-dev midicsv fonts-dejavu-core time avrdude)
+      libgtest-dev libgmock-dev libbenchmark-dev midicsv fonts-dejavu-core time avrdude qt6-translations-l10n
+      gcc-avr avr-libc binutils-avr simavr libsimavr-dev libelf-dev)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
