@@ -210,7 +210,7 @@ void Ouvre_midi_Click(Context& c) {
   c.p.set_busy(false);
   if (s.midi_erreur_code != 0) {
     if (importe) m.Label_defautP.set_text(service_conversion_interrompue());
-    c.p.dialogs().message_box(message_conversion_interrompue(s.midi_erreur_texte, importe), BoxButtons::Ok);
+    c.p.dialogs().message_box(message_conversion_interrompue(s.midi_erreur_code, s.midi_erreur_texte, importe), BoxButtons::Ok);
   }
 }
 

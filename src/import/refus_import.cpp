@@ -1,5 +1,7 @@
 #include "import/refus_import.h"
 
+#include "import/midi_erreurs.h"
+
 #include <cmath>
 
 #include "core/numbers.h"
@@ -104,8 +106,27 @@ std::string message_aucune_note(int64_t notes_sans_fin) {
          " sans jamais finir (note-on sans note-off avant la fin de la piste)";
 }
 
-std::string message_conversion_interrompue(const std::string& texte, bool importe) {
-  return "La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" + texte + "\r\n" +
+std::string raison_arret_midi(int16_t code, const std::string& texte) {
+  switch (code) {
+    case kMidiFinInattendue:
+      return "le fichier s'arrête au milieu d'une piste : il est incomplet (copie ou téléchargement interrompu ?)";
+    case kMidiDeltaInvalide:
+      return "une durée entre deux évènements est mal écrite : le fichier est endommagé";
+    case kMidiStatutCourant:
+      return "une note ou une commande du fichier est incomplète : le fichier est endommagé";
+    case kMidiSansMThd:
+      return "ce n'est pas un fichier Midi (il ne commence pas par l'en-tête des fichiers Midi)";
+    case kMidiSansMTrk:
+      return "une piste du fichier est introuvable : le fichier est endommagé";
+    case kMidiTropDeTempos:
+      return "le morceau change de tempo plus de 999 fois dans une piste";
+    default:
+      return texte;  // the refusals of timing are worded for the operator already
+  }
+}
+
+std::string message_conversion_interrompue(int16_t code, const std::string& texte, bool importe) {
+  return "La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" + raison_arret_midi(code, texte) + "\r\n" +
          (importe ? "Le morceau est tronqué : seules les notes lues avant l'erreur seront perforées."
                   : "Aucune note n'a pu être lue.");
 }
@@ -122,6 +143,8 @@ void refuse_piece(Context& c, const std::string& message) {
   Model& m = c.m;
   m.List3.clear_rows();
   m.Label9.set_text(" 0");
+  // Nothing of the refused piece, nor of the one before, stays shown.
+  m.gauge1.set_value(0);
   m.Command11.set_enabled(false);
   m.perfo_retard.set_enabled(false);
   m.Label_defautP.set_text(message);

@@ -46,7 +46,10 @@ std::string message_temp_impossible(const std::string& chemin);
 std::string message_aucune_note(int64_t notes_sans_fin = 0);
 // Box after a conversion that stopped early; `importe` says whether notes
 // were read before the stop.
-std::string message_conversion_interrompue(const std::string& texte, bool importe);
+std::string message_conversion_interrompue(int16_t code, const std::string& texte, bool importe);
+// What went wrong with the file, in the operator's words, for a stop of the
+// decoder: its code, or its own text where that is worded so already.
+std::string raison_arret_midi(int16_t code, const std::string& texte);
 std::string service_conversion_interrompue();
 std::string message_limite_calcul_ponts();
 std::string message_pas_moteur_ponts();

@@ -265,8 +265,10 @@ TEST(OpenPiece, DialogRoadWithAFileThatIsNoMidi) {
   EXPECT_GE(d.p.now() - t0, 2000);
   EXPECT_EQ(d.service, (Rows{"Analyse et conversion du fichier Midi", "Aucune note à perforer dans ce fichier Midi"}));
   EXPECT_EQ(d.s.midi_erreur_code, 5);
-  EXPECT_EQ(d.p.sim_dialogs().boxes, Rows{"La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" +
-                                          d.s.midi_erreur_texte + "\r\nAucune note n'a pu être lue."});
+  EXPECT_EQ(d.p.sim_dialogs().boxes, Rows{"La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n"
+                                          "ce n'est pas un fichier Midi (il ne commence pas par l'en-tête des "
+                                          "fichiers Midi)\r\nAucune note n'a pu être lue."});
+  EXPECT_EQ(d.m.gauge1.value(), 0) << "the bar doesn't stay where the conversion left it";
   EXPECT_TRUE(std::filesystem::is_directory(d.home + "Temp"));
   EXPECT_FALSE(std::filesystem::exists(d.s.chemin_midid));
   EXPECT_FALSE(d.m.Command11.enabled());
@@ -347,7 +349,8 @@ TEST(OpenPiece, WholeRoadWithTheDecoder) {
     EXPECT_EQ(d.m.Label4.text(), c.complete ? path : "") << "no HEAD line behind a stop";
     EXPECT_EQ(d.m.Text8.text(), "484");
     EXPECT_EQ(d.m.Label_defautP.text(), c.service);
-    EXPECT_EQ(d.p.sim_dialogs().boxes, *c.box_end ? Rows{cut + d.s.midi_erreur_texte + c.box_end} : Rows{});
+    EXPECT_EQ(d.p.sim_dialogs().boxes,
+              *c.box_end ? Rows{cut + raison_arret_midi(c.code, "") + c.box_end} : Rows{});
     EXPECT_TRUE(d.m.Command11.enabled());
     // Read without the console, as the later files of a chain are: the same rows.
     const auto r = prepare_import(champs_import(d.m)).reglages;
