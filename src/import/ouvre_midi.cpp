@@ -1,8 +1,10 @@
 #include "import/ouvre_midi.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <set>
 
 #include "core/app_paths.h"
 #include "core/numbers.h"
@@ -108,6 +110,17 @@ bool importe_evenements(Context& c, std::string_view octets, const ReglagesImpor
   return importe_lecture(c, lit_evenements(octets, r, gamme ? &*gamme : nullptr), r);
 }
 
+int rangs_hors_gamme(const Model& m) {
+  std::set<int> gamme;
+  const int n = std::clamp(static_cast<int>(val(m.NBTouches.text())), 0, Model::kNotes);
+  for (int k = 1; k <= n; ++k) gamme.insert(static_cast<int>(val(m.Note(k).text())));
+  int hors = 0;
+  for (const std::string& row : m.List3.rows())
+    if (row.size() >= 18 && row.compare(14, 4, "NOTE") == 0 && !gamme.count(static_cast<int>(val(row.substr(8, 5)))))
+      ++hors;
+  return hors;
+}
+
 bool importe_lecture(Context& c, LectureEvenements&& l, const ReglagesImport& r, int64_t notes_sans_fin) {
   Model& m = c.m;
   RunState& s = c.s;
@@ -137,7 +150,13 @@ bool importe_lecture(Context& c, LectureEvenements&& l, const ReglagesImport& r,
   m.Fin_perf_sec.set_text(str_plain(a.secondes));
   s.fin_saisie = false;  // writing the two fields above set it
   Command7_Click(c);
-  m.Label_defautP.set_text(a.service);
+  // Without the scale check the line would say nothing of notes the organ
+  // lacks: their count goes behind it, and the card view names them.
+  const int hors = s.nb_hors_gamme == 0 ? rangs_hors_gamme(m) : 0;
+  m.Label_defautP.set_text(hors == 0 ? a.service
+                                     : a.service + " - " + std::to_string(hors) +
+                                           (hors == 1 ? " note hors gamme" : " notes hors gamme") +
+                                           " (Fenêtre > Carton)");
   s.mode_simulation = m.Text9.text() == "7351";
   m.Command11.set_enabled(true);
   m.perfo_retard.set_enabled(true);

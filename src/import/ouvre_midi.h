@@ -44,4 +44,7 @@ bool importe_evenements(Context& c, std::string_view octets, const ReglagesImpor
 // of notes that never ended, tells why a piece without rows has none.
 bool importe_lecture(Context& c, LectureEvenements&& l, const ReglagesImport& r, int64_t notes_sans_fin = 0);
 
+// NOTE rows of List3 whose note no track of the scale holds.
+int rangs_hors_gamme(const Model& m);
+
 }  // namespace brivel

@@ -103,7 +103,11 @@ TEST(OpenPiece, ScaleCheck) {
     int hors;
     const char* service;
   } cases[] = {
-      {two60, 0, "29", "59", 0, "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.06 m"},
+      // Without the check the count of notes the organ lacks goes behind.
+      {two60, 0, "29", "59", 0,
+       "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.06 m - 2 notes hors gamme (Fenêtre > Carton)"},
+      {note_line(0, 99, 0), 0, "29", "60", 0,
+       "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.00 m - 1 note hors gamme (Fenêtre > Carton)"},
       {two60, 1, "29", "60", 0, "Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.06 m"},
       {two60, 1, "29", "59", 2, "ATTENTION :  2 notes ne sont pas dans la gamme de l'orgue"},
       {two60, 1, "5", "60", 3, "ATTENTION :  3 notes ne sont pas dans la gamme de l'orgue"},
