@@ -1,5 +1,7 @@
 #include "card/card_layout.h"
 
+#include "geometry/note_names.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -31,7 +33,9 @@ CardInput card_input(const Context& c) {
     in.plan.notes.push_back(val(m.Note(k).text()));
     in.plan.positions.push_back(val(m.Position(k).text()));
     const double note = std::round(in.plan.notes.back());
-    in.names.push_back(note >= 0 && note < 128 ? c.s.noms_notes[static_cast<size_t>(note)] : std::string());
+    in.names.push_back(note >= 0 && note < 128
+                           ? nom_et_octave(c.s.noms_notes[static_cast<size_t>(note)], note, c.m.Check3.value() == 1)
+                           : std::string());
   }
   in.step_mm = c.s.pas_Y_mm > 0 ? c.s.pas_Y_mm : val(m.NbpasY.text()) * val(m.PasmotY.text());
   in.mm_per_x_step = val(m.Text11.text());

@@ -21,4 +21,9 @@ void Check3_Click(Context& c) {
   charge_noms_notes(c);
 }
 
+std::string nom_et_octave(const std::string& nom, int note, bool francais) {
+  if (nom.empty()) return nom;
+  return nom + std::to_string(note / 12 - (francais ? 2 : 1));
+}
+
 }  // namespace brivel

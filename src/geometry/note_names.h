@@ -14,6 +14,11 @@ namespace brivel {
 // "D#"...); 120 to 127 stay empty: the table covers ten octaves.
 std::array<std::string, 128> table_noms_notes(bool francais);
 
+// A name with its octave, for the views that show a note beside the name:
+// "Do3" for MIDI 60 in the French way (the octave of the middle Do is 3),
+// "C4" with letter names; the name alone when it is empty.
+std::string nom_et_octave(const std::string& nom, int note, bool francais);
+
 // Fills noms_notes for the present value of Check3 (1: French names, any
 // other value: letter names).
 void charge_noms_notes(Context& c);

@@ -1,5 +1,7 @@
 #include "gui/card_canvas.h"
 
+#include <QFontMetricsF>
+
 #include <QPainter>
 #include <QScrollBar>
 #include <QWheelEvent>
@@ -15,6 +17,11 @@ const QColor kTrack(0xd8, 0xc8, 0xa8);
 const QColor kPlanned(0x50, 0x40, 0x30);
 const QColor kPunched(0x20, 0x90, 0x30);
 const QColor kNext(0xff, 0x80, 0x00);
+const QColor kHand(0x80, 0x20, 0xa0);  // holes punched by hand in a pause
+
+QString track_name(const CardTrack& t) {
+  return QString::fromStdString(t.name.empty() ? std::to_string(t.note) : t.name);
+}
 const QColor kHead(0xd0, 0x20, 0x20);
 const QColor kFeed(0x20, 0x40, 0xd0);
 const QColor kOutside(0x80, 0x80, 0x80, 70);
@@ -70,9 +77,29 @@ void paint_card(QPainter& p, QSize size, const CardLayout& l, const LiveRun* liv
   f.setPixelSize(std::clamp(static_cast<int>(s * 2.2), 7, 11));
   p.setFont(f);
   p.setPen(Qt::black);
-  for (const CardTrack& t : l.tracks) {
-    const QString name = QString::fromStdString(t.name.empty() ? std::to_string(t.note) : t.name);
-    p.drawText(QRectF(X(t.x_mm) - 20, 0, 40, h0), Qt::AlignCenter, name);
+  // Names too wide for the gap between two tracks take two rows, every
+  // other one lower, so that none runs into its neighbour.
+  const QFontMetricsF fm(f);
+  double widest = 0, gap = 1e9;
+  for (size_t i = 0; i < l.tracks.size(); ++i) {
+    widest = std::max(widest, fm.horizontalAdvance(track_name(l.tracks[i])));
+    if (i > 0) gap = std::min(gap, std::abs(l.tracks[i].x_mm - l.tracks[i - 1].x_mm) * s);
+  }
+  const bool two_rows = widest + 3 > gap;
+  for (size_t i = 0; i < l.tracks.size(); ++i) {
+    const CardTrack& t = l.tracks[i];
+    const double row_h = two_rows ? h0 / 2.0 : h0;
+    const double top = two_rows && i % 2 ? row_h : 0;
+    p.drawText(QRectF(X(t.x_mm) - widest, top, 2 * widest, row_h), Qt::AlignCenter, track_name(t));
+  }
+  if (!live) return;
+  // Holes punched by hand in a pause: the operator's, drawn apart.
+  p.setPen(QPen(kHand, 1.5));
+  p.setBrush(Qt::NoBrush);
+  for (const LiveRun::HandHole& hh : live->hand_holes()) {
+    const double y = l.y_mm(hh.step);
+    if (y + l.punch_mm < v.top_mm || y > bottom_mm) continue;
+    p.drawEllipse(QRectF(X(hh.x_mm - l.hole_width_mm / 2), Y(y), l.hole_width_mm * s, l.punch_mm * s));
   }
 }
 

@@ -1,5 +1,7 @@
 #include "gui/card_window.h"
 
+#include "geometry/note_names.h"
+
 #include <QAction>
 #include <QBoxLayout>
 #include <QCheckBox>
@@ -123,7 +125,9 @@ void CardWindow::fill_margin() {
     for (const auto& [note, count] : l.outside) n += count;
     t += QStringLiteral("\nHors gamme : %1 notes\n").arg(n);
     for (const auto& [note, count] : l.outside) {
-      const QString name = note >= 0 && note < 128 ? QString::fromStdString(c_.s.noms_notes[note]) : QString();
+      const QString name = note >= 0 && note < 128 ? QString::fromStdString(nom_et_octave(
+                                                         c_.s.noms_notes[note], note, c_.m.Check3.value() == 1))
+                                                   : QString();
       t += QStringLiteral("  %1 %2 : %3\n").arg(note).arg(name).arg(count);
     }
   }

@@ -20,6 +20,16 @@ TEST(NoteNames, TableOfBothKinds) {
     EXPECT_EQ(fr[c.n], c.fr) << c.n;
     EXPECT_EQ(en[c.n], c.en) << c.n;
   }
+  // With the octave, where the views show it: the middle Do is Do3, C4.
+  const struct {
+    int n;
+    const char* fr;
+    const char* en;
+  } octaves[] = {{60, "Do3", "C4"}, {57, "La2", "A3"}, {72, "Do4", "C5"}, {0, "Do-2", "C-1"}, {127, "", ""}};
+  for (const auto& o : octaves) {
+    EXPECT_EQ(nom_et_octave(fr[o.n], o.n, true), o.fr) << o.n;
+    EXPECT_EQ(nom_et_octave(en[o.n], o.n, false), o.en) << o.n;
+  }
 }
 
 TEST(NoteNames, Check3CaptionAndNames) {
