@@ -56,7 +56,7 @@ QtSerialPort::QtSerialPort() {
           loss_queued_ = false;
           if (opening != opening_ || !port_.isOpen()) return;
           close();
-          error_ = port_label() + " : liaison perdue (carte débranchée ou simulateur arrêté)";
+          error_ = opened_label_ + " : liaison perdue (carte débranchée ou simulateur arrêté)";
           if (on_lost_) on_lost_();
         },
         Qt::QueuedConnection);
@@ -106,6 +106,7 @@ bool QtSerialPort::open() {
   ++opening_;
   buffer_.clear();
   error_.clear();
+  opened_label_ = port_label();
   return true;
 }
 

@@ -65,6 +65,9 @@ class QtSerialPort : public SerialPort {
   unsigned opening_ = 0;  // counts the openings, to tell a stale loss report
   bool loss_queued_ = false;
   std::string error_;
+  // The port as it was opened: a lost link is named by the path the
+  // operator chose, not by what the number would open once the link is gone.
+  std::string opened_label_;
   std::function<void()> on_lost_;
 };
 
