@@ -63,6 +63,7 @@ Model::Model() {
   add(Fin_perf_mn, "Frame3", "", "Fin de perforation", "à").unit_ = "mn";
   add(Fin_perf_sec, "Frame3", "", "Fin de perforation").unit_ = "s";
   add(Text7, "Frame3", "", "Début de perforation en ms").visible_ = false;
+  add(transposition, "Frame3", "0", "Transposition en demi-tons").visible_ = false;
   add(Text8, "Frame3", "", "Fin de perforation en ms").visible_ = false;
   add(Label_defautP, "Frame3", "Sélectionner un fichier de paramètres (*.set) ou menu  Fenêtre ",
       "Messages de service ", "Messages utilisateur");

@@ -63,6 +63,10 @@ class Model {
   Element Deb_perf_mn{Kind::TextField, "Deb_perf_mn"}, Deb_perf_sec{Kind::TextField, "Deb_perf_sec"},
       Fin_perf_mn{Kind::TextField, "Fin_perf_mn"}, Fin_perf_sec{Kind::TextField, "Fin_perf_sec"};
   Element Text7{Kind::TextField, "Text7"}, Text8{Kind::TextField, "Text8"};
+  // Ours: semitones added to every note of a piece as it is read (the card
+  // view's transposition hint, applied). Not saved: a piece is read again
+  // with 0 after a restart.
+  Element transposition{Kind::TextField, "transposition"};
   Element Label_defautP{Kind::Label, "Label_defautP"};
   Element gauge1{Kind::Gauge, "gauge1"};
   Element List3{Kind::List, "List3"};

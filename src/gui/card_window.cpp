@@ -1,6 +1,8 @@
 #include "gui/card_window.h"
 
+#include "core/numbers.h"
 #include "geometry/note_names.h"
+#include "import/ouvre_midi.h"
 
 #include <QAction>
 #include <QBoxLayout>
@@ -52,6 +54,8 @@ CardWindow::CardWindow(Context& c, QWidget* parent)
   margin_->setWordWrap(true);
   margin_->setAlignment(Qt::AlignTop | Qt::AlignLeft);
   side->addWidget(margin_);
+  shifts_ = new QHBoxLayout;
+  side->addLayout(shifts_);
   // After a restore: the head over the last hole the journal holds, to check
   // it on the card before the run goes on.
   auto* check = new QPushButton(QStringLiteral("Tête sur le dernier trou"), this);
@@ -137,7 +141,24 @@ void CardWindow::fill_margin() {
   t += QStringLiteral("\nMeilleures transpositions :\n");
   for (const Transposition& b : best)
     t += QStringLiteral("  %1%2 demi-tons : %3 hors gamme\n").arg(b.shift > 0 ? "+" : "").arg(b.shift).arg(b.outside);
+  const int now = static_cast<int>(val(c_.m.transposition.text()));
+  if (now != 0) t += QStringLiteral("\nLu transposé de %1%2 demi-tons\n").arg(now > 0 ? "+" : "").arg(now);
   margin_->setText(t);
+  // One click applies a proposed shift: the piece is read again with it.
+  while (QLayoutItem* item = shifts_->takeAt(0)) {
+    delete item->widget();
+    delete item;
+  }
+  const bool can_read = !c_.s.run_on_stack && !c_.s.chemin_midi.empty() && c_.m.List3.count() > 0;
+  for (const Transposition& b : best) {
+    if (b.shift == 0 || !can_read || l.outside.empty()) continue;
+    auto* button = new QPushButton(QStringLiteral("%1%2").arg(b.shift > 0 ? "+" : "").arg(b.shift), this);
+    button->setObjectName(QStringLiteral("transposer_%1").arg(b.shift));
+    button->setToolTip(QStringLiteral("Relire le morceau transposé de %1 demi-tons").arg(b.shift));
+    const int shift = b.shift;
+    connect(button, &QPushButton::clicked, this, [this, shift] { transpose(shift); });
+    shifts_->addWidget(button);
+  }
 }
 
 void CardWindow::changed() {
@@ -168,6 +189,12 @@ bool CardWindow::export_to(const QString& path, bool bounds_only) const {
   const CardRange r = bounds_only ? run_bounds(l) : whole_card(l);
   const bool pdf = path.endsWith(QStringLiteral(".pdf"), Qt::CaseInsensitive);
   return ecrit_fichier_atomique(path.toStdString(), pdf ? card_pdf(l, r) : card_svg(l, r));
+}
+
+void CardWindow::transpose(int shift) {
+  if (c_.s.run_on_stack) return;
+  c_.m.transposition.set_text(std::to_string(static_cast<int>(val(c_.m.transposition.text())) + shift));
+  relit_morceau(c_);
 }
 
 void CardWindow::ask_export(bool pdf) {

@@ -2,7 +2,8 @@
 // be punched, followed live during a run, with the notes outside the scale,
 // the best transpositions and the export to SVG and PDF. Beside the progress
 // bar of the main window it puts the run's remaining time. It watches the
-// console and writes nothing into it.
+// console and writes into it only the transposition chosen by one of its
+// buttons, which reads the piece again.
 #pragma once
 
 #include <QWidget>
@@ -12,6 +13,7 @@
 #include "persistence/journal/hole_journal.h"
 
 class QCheckBox;
+class QHBoxLayout;
 class QLabel;
 class QMainWindow;
 class QMenuBar;
@@ -50,11 +52,14 @@ class CardWindow : public QWidget {
   void changed();
   void fill_margin();
   void ask_export(bool pdf);
+  // Reads the piece again with `shift` more semitones.
+  void transpose(int shift);
 
   Context& c_;
   std::unique_ptr<LiveRun> live_;
   CardCanvas* canvas_ = nullptr;
   QLabel* margin_ = nullptr;
+  QHBoxLayout* shifts_ = nullptr;  // one button per proposed transposition
   QLabel* state_ = nullptr;
   QLabel* status_ = nullptr;
   QCheckBox* bounds_only_ = nullptr;

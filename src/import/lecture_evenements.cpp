@@ -1,6 +1,7 @@
 #include "import/lecture_evenements.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "core/cp1252.h"
 #include "core/numbers.h"
@@ -48,6 +49,11 @@ void LecteurEvenements::ligne(std::string_view octets) {
   if (octets.substr(0, 4) != "NOTE") return;  // every other line is read and dropped
   auto note = lit_ligne_note(cp1252_to_utf8(octets));
   if (!note) return;
+  if (r_.transposition != 0) {
+    char cle[8];
+    std::snprintf(cle, sizeof cle, "%05d", std::clamp(static_cast<int>(val(note->cle)) + r_.transposition, 0, 127));
+    note->cle = cle;
+  }
   if (gamme_) {
     const double cle = val(note->cle);
     if (std::find(gamme_->begin(), gamme_->end(), cle) == gamme_->end() && l_.nb_hors_gamme < INT16_MAX)

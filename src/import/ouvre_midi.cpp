@@ -233,4 +233,13 @@ void Ouvre_midi_Click(Context& c) {
   }
 }
 
+void relit_morceau(Context& c) {
+  RunState& s = c.s;
+  if (s.chemin_midi.empty() || s.run_on_stack) return;
+  const int16_t avant = s.enchainement;
+  s.enchainement = -1;
+  Ouvre_midi_Click(c);
+  s.enchainement = avant;
+}
+
 }  // namespace brivel

@@ -32,6 +32,9 @@ inline constexpr int kAttenteConversionMs = 2000;
 std::optional<std::vector<double>> gamme_verifiee(const Model& m);
 
 void Ouvre_midi_Click(Context& c);
+// The piece now open read again without a dialog, as a chain opens its next
+// file: after a change of the transposition.
+void relit_morceau(Context& c);
 
 // From the bytes of a text event file to a piece ready to punch: List3, the
 // scale check, the intermediate steps, the bounds, the service line, the

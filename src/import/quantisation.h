@@ -26,6 +26,7 @@ struct ReglagesImport {
   bool ponts = false;       // PontY, converted as a whole, is not 0
   double pont = 0;          // PontY by the numeric-prefix rule, Y steps
   double seuil = 6;         // Text17: shorter than seuil punch widths, no bridges
+  int transposition = 0;    // semitones added to each note as it is read
 };
 
 // The fields of a NOTE line of the text event file that the import uses.

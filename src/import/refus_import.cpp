@@ -2,6 +2,7 @@
 
 #include "import/midi_erreurs.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/numbers.h"
@@ -22,6 +23,7 @@ ChampsImport champs_import(const Model& m) {
   f.NBTouches = m.NBTouches.text();
   f.Check4 = m.Check4.value() == 1;
   f.Check5 = m.Check5.value() == 1;
+  f.transposition = m.transposition.text();
   return f;
 }
 
@@ -40,6 +42,7 @@ PreparationImport prepare_import(const ChampsImport& f) {
   PreparationImport p;
   ReglagesImport r;
   r.vitesse = val(f.vitesse);
+  r.transposition = static_cast<int>(std::clamp(val(f.transposition), -24.0, 24.0));
   const double nbpas = val(f.NbpasY), pasmot = val(f.PasmotY);
   if (!(r.vitesse > 0)) {
     p.refus = refuse("la Vitesse du carton doit être supérieure à 0 (page Moteurs et poinçon)");

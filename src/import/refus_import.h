@@ -23,6 +23,7 @@ struct ChampsImport {
               Text17 = "6", NBTouches = "29";
   bool Check4 = false;  // mechanical reading
   bool Check5 = false;  // scale check
+  std::string transposition = "0";
 };
 ChampsImport champs_import(const Model& m);
 

@@ -124,6 +124,24 @@ TEST(OpenPiece, ScaleCheck) {
   }
 }
 
+// The card view's transposition, applied: every note moves as it is read,
+// within the 128 MIDI notes.
+TEST(OpenPiece, ReadTransposed) {
+  const struct {
+    const char* shift;
+    int note;
+    const char* first_row;
+  } cases[] = {{"2", 60, "0000002 00062 NOTE 0000002"},
+               {"-12", 60, "0000002 00048 NOTE 0000002"},
+               {"5", 126, "0000002 00127 NOTE 0000002"}};
+  for (const auto& k : cases) {
+    Desk d;
+    d.m.transposition.set_text(k.shift);
+    ASSERT_TRUE(importe_evenements(d.c, note_line(0, k.note, 0), d.reglages()));
+    EXPECT_EQ(d.m.List3.row(0), k.first_row) << k.shift;
+  }
+}
+
 TEST(OpenPiece, TooManyRowsEndsTheProgram) {
   Desk d;
   std::string file;
