@@ -6,7 +6,29 @@
 
 namespace brivel {
 
+namespace {
+void attente_fine(EventLoop& loop, double ms, double start) {
+  const double deadline = start + ms;
+  loop.turn(0);  // at least one turn, also for 0
+  for (;;) {
+    const double left = deadline - *loop.fine_ms();
+    if (left <= 0) return;
+    if (left < 1.5) {
+      loop.sleep_fraction_ms(left);
+      loop.turn(0);
+      return;
+    }
+    // Woken a little early, the rest slept: the turn's wake-up is whole ms.
+    loop.turn(static_cast<int>(std::min(left - 0.5, double(std::numeric_limits<int>::max()))));
+  }
+}
+}  // namespace
+
 void attente_ms(EventLoop& loop, double ms) {
+  if (auto fine = loop.fine_ms()) {
+    attente_fine(loop, ms, *fine);
+    return;
+  }
   const int32_t start = loop.tick_ms();
   const double deadline = static_cast<double>(start) + ms;
   for (;;) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace brivel {
 
@@ -17,11 +18,21 @@ class EventLoop {
 
   // Millisecond tick, signed 32 bits. It may wrap.
   virtual int32_t tick_ms() = 0;
+
+  // A finer clock where the platform has one, in milliseconds with their
+  // fraction, on no particular origin; empty where the tick is all there is
+  // (the simulated platform's virtual clock).
+  virtual std::optional<double> fine_ms() { return std::nullopt; }
+  // Sleeps a fraction of a millisecond without taking events, to end a wait
+  // on time where the event loop's own wake-ups are whole milliseconds.
+  virtual void sleep_fraction_ms(double /*ms*/) {}
 };
 
 // The shared delay: waits at least `ms` milliseconds with the event loop live.
 // Gives at least one turn, also for 0; ends when the tick is strictly higher
 // than the deadline, and at once when the tick has wrapped below its start.
+// With a fine clock it ends when `ms` have passed, to a small fraction of a
+// millisecond, without the whole millisecond the tick rule adds.
 void attente_ms(EventLoop& loop, double ms);
 
 }  // namespace brivel

@@ -2,7 +2,10 @@
 // journal of a whole run against the holes the board recorded.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "card/live_run.h"
+#include "persistence/journal/durable_appender.h"
 #include "persistence/journal/hole_journal.h"
 #include "support/punch_rig.h"
 
@@ -34,6 +37,31 @@ TEST(HoleJournal, LinesAndTheLastRunOfAPiece) {
   EXPECT_EQ(holes[0], (JournalHole{43205, "Valse", 74, 6, 108, 720}));
   EXPECT_EQ(holes[1].step, 77);
   EXPECT_TRUE(holes_of_last_run(text, "Menuet").empty());
+}
+
+// The writer beside the run: every line handed over lands, in order, by the
+// time it is flushed or dropped; a file that can't be written is said.
+TEST(HoleJournal, TheWriterBesideTheRun) {
+  const std::string dir = ::testing::TempDir() + "brivel-appender/";
+  std::filesystem::create_directories(dir);
+  std::filesystem::remove(dir + "j.txt");
+  std::string want;
+  {
+    DurableAppender w;
+    for (int i = 0; i < 50; ++i) {
+      w.append(dir + "j.txt", "ligne " + std::to_string(i) + " é");
+      want += "ligne " + std::to_string(i) + " \xE9\r\n";
+    }
+    w.flush();
+    EXPECT_EQ(read_journal(dir + "j.txt"), want);
+    w.append(dir + "j.txt", "dernière");
+    EXPECT_TRUE(w.healthy());
+  }
+  EXPECT_EQ(read_journal(dir + "j.txt"), want + "derni\xE8re\r\n") << "the last line lands as the writer ends";
+  DurableAppender bad;
+  bad.append(dir + "pas/de/dossier.txt", "x");
+  bad.flush();
+  EXPECT_FALSE(bad.healthy());
 }
 
 TEST(HoleJournal, OneLinePerConfirmedHoleOfARun) {

@@ -48,6 +48,37 @@ TEST(AttenteMs, TurnsUntilTheTickPassesTheDeadline) {
   }
 }
 
+// A loop with a fine clock: each turn moves it by the time asked for, plus
+// a late wake-up; the fractions are slept.
+class FineLoop : public EventLoop {
+ public:
+  explicit FineLoop(double late) : late_(late) {}
+  void turn(int wake) override {
+    ++turns;
+    if (wake > 0) now_ += wake + late_;
+  }
+  int32_t tick_ms() override { return static_cast<int32_t>(now_); }
+  std::optional<double> fine_ms() override { return now_; }
+  void sleep_fraction_ms(double ms) override { now_ += ms; }
+  double now_ = 1000.3;
+  int turns = 0;
+
+ private:
+  double late_;
+};
+
+TEST(AttenteMs, WithAFineClockEndsOnTimeToAFraction) {
+  for (double late : {0.0, 0.2, 0.45}) {
+    for (double ms : {0.0, 0.4, 25.0, 250.0}) {
+      FineLoop loop(late);
+      attente_ms(loop, ms);
+      EXPECT_GE(loop.now_ - 1000.3, ms - 1e-9) << ms << " late " << late;
+      EXPECT_LT(loop.now_ - 1000.3, ms + 0.1) << ms << " late " << late << ": no whole millisecond added";
+      EXPECT_GE(loop.turns, 1);
+    }
+  }
+}
+
 TEST(AppPaths, DossierAppliByPrecedence) {
   AppPathInputs in;
   in.program_dir = "/opt/brivel/bin";

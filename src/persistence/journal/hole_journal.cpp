@@ -111,7 +111,13 @@ void HoleJournal::changed(Element& e, Prop p) {
   Model& m = c_.m;
   const RunState& s = c_.s;
   if (&e == &m.Command12 && p == Prop::Enabled && e.enabled() && s.run_on_stack && !s.reprise_contexte) {
+    writer_.flush();
     healthy_ = append_durably(path(), journal_start_line(s.nom_midi_court, c_.p.time_of_day_s())) && healthy_;
+    return;
+  }
+  // The run's end: its last hole on the disk before anything else happens.
+  if (&e == &m.Command12 && p == Prop::Enabled && !e.enabled()) {
+    writer_.flush();
     return;
   }
   // The punch lamp goes out behind each cycle; the board's "A" alone
@@ -127,7 +133,12 @@ void HoleJournal::changed(Element& e, Prop p) {
                 s.compteur_Y,         track,
                 s.compteur_X,         static_cast<int64_t>(std::llround((s.compteur_Y - demi) * val(m.NbpasY.text()))),
                 !s.cycle_de_la_piece};
-  healthy_ = append_durably(path(), journal_line(h)) && healthy_;
+  writer_.append(path(), journal_line(h));
+}
+
+bool HoleJournal::healthy() {
+  writer_.flush();
+  return healthy_ && writer_.healthy();
 }
 
 }  // namespace brivel

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "console/context.h"
+#include "persistence/journal/durable_appender.h"
 
 namespace brivel {
 
@@ -58,8 +59,9 @@ class HoleJournal {
   HoleJournal& operator=(const HoleJournal&) = delete;
 
   std::string path() const;
-  // False once a line could not be written.
-  bool healthy() const { return healthy_; }
+  // Waits until the lines handed over are on the disk; false once a line
+  // could not be written.
+  bool healthy();
 
  private:
   void changed(Element& e, Prop p);
@@ -67,6 +69,8 @@ class HoleJournal {
   Context& c_;
   int subscription_ = 0;
   bool healthy_ = true;
+  // The hole lines go to the disk beside the run, not in its way.
+  DurableAppender writer_;
 };
 
 }  // namespace brivel

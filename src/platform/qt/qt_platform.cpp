@@ -14,7 +14,10 @@
 #include <QTime>
 #include <QTimer>
 #include <QUrl>
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <thread>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -90,6 +93,12 @@ void QtPlatform::turn(int wake_within_ms) {
 }
 
 int32_t QtPlatform::tick_ms() { return static_cast<int32_t>(d_->clock.elapsed()); }
+
+std::optional<double> QtPlatform::fine_ms() { return static_cast<double>(d_->clock.nsecsElapsed()) / 1e6; }
+
+void QtPlatform::sleep_fraction_ms(double ms) {
+  if (ms > 0) std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(std::min(ms, 1.5)));
+}
 
 SerialPort& QtPlatform::serial() { return d_->port; }
 DeviceNotifier& QtPlatform::devices() { return d_->devices; }

@@ -23,6 +23,8 @@ class QtPlatform : public Platform {
 
   void turn(int wake_within_ms = -1) override;
   int32_t tick_ms() override;
+  std::optional<double> fine_ms() override;
+  void sleep_fraction_ms(double ms) override;
   SerialPort& serial() override;
   DeviceNotifier& devices() override;
   Dialogs& dialogs() override;

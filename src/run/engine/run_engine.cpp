@@ -143,10 +143,14 @@ void deplace_Y_suivi(Context& c) {
   s.avance_Y_en_cours = RunState::AvanceY{s.compteur_Y, clng_borne(vers)};
   ecrit_contexte_auto(c);
   s.rep_A = false;  // a frame refused before the line leaves no stale "A"
-  deplace_Y(c);
-  const bool faite = s.rep_A && !s.rep_B;
-  s.avance_Y_en_cours.reset();
-  if (faite) ecrit_contexte_auto(c);
+  // Once the board has answered, the new place is written inside the gap
+  // that follows the move, before the next frame goes out.
+  deplace_Y(c, [&c, &s] {
+    const bool faite = s.rep_A && !s.rep_B;
+    s.avance_Y_en_cours.reset();
+    if (faite) ecrit_contexte_auto(c);
+  });
+  s.avance_Y_en_cours.reset();  // also after a frame refused before the line
 }
 
 // The card to position p: moved in bounds, only counted before the start

@@ -101,7 +101,9 @@ void deplace_X(Context& c) {
   attente_ms(c.p, kMoveGapMs);
 }
 
-void deplace_Y(Context& c) {
+void deplace_Y(Context& c) { deplace_Y(c, {}); }
+
+void deplace_Y(Context& c, const std::function<void()>& pendant_l_attente) {
   Model& m = c.m;
   RunState& s = c.s;
   const double pas = val(m.nb_PasY.text());
@@ -122,7 +124,16 @@ void deplace_Y(Context& c) {
   // continuous feed writes it inside the wait).
   s.compteur_Y = clng_borne(static_cast<double>(s.compteur_Y) + val(m.nb_PasY.text()));
   m.LabelY.set_text(str_plain(s.compteur_Y));
-  attente_ms(c.p, kMoveGapMs);
+  if (!pendant_l_attente) {
+    attente_ms(c.p, kMoveGapMs);
+    return;
+  }
+  // The gap counts from here; what the write takes of it is not waited again.
+  const auto debut = c.p.fine_ms();
+  const int32_t debut_tick = c.p.tick_ms();
+  pendant_l_attente();
+  const double pris = debut ? *c.p.fine_ms() - *debut : static_cast<double>(c.p.tick_ms() - debut_tick);
+  attente_ms(c.p, std::max(0.0, kMoveGapMs - pris));
 }
 
 bool recule_Y(Context& c, int64_t pas_moteur) {

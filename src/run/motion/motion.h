@@ -5,6 +5,7 @@
 // and mise_en_defaut, never to its caller.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "console/context.h"
@@ -15,6 +16,9 @@ void debut_travail(Context& c);  // "AGxxxxx", 250 ms
 void fin_travail(Context& c);    // "ZGxxxxx", 25 ms
 void deplace_X(Context& c);      // nb_PasX steps in direction sens_X
 void deplace_Y(Context& c);      // nb_PasY Y steps of NbpasY motor steps
+// The same, with `pendant_l_attente` run once the reply is in, inside the
+// 25 ms that follow the move: a durable write there costs the run no time.
+void deplace_Y(Context& c, const std::function<void()>& pendant_l_attente);
 void cycle_Z(Context& c);        // one punch cycle where the head stands
 // Feeds the card back by that many Y motor steps ("My", 99999 a frame at
 // most), to undo a feed made by hand in a pause. False, with the fault
