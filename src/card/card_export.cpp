@@ -1,5 +1,7 @@
 #include "card/card_export.h"
 
+#include "core/cp1252.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -12,6 +14,26 @@ namespace {
 constexpr double kTileW = 190, kTileH = 277;  // mm of card on one A4 page
 constexpr double kMargin = 10;                // mm of paper around the tile
 constexpr double kPt = 72.0 / 25.4;           // PDF points in a millimetre
+constexpr double kBandeNoms = 5;              // mm above the card for the track names
+
+// A text for the PDF's standard font: Windows-1252, with the brackets and
+// the backslash escaped and every byte beyond ASCII in octal.
+std::string pdf_texte(const std::string& utf8) {
+  std::string o;
+  for (unsigned char ch : utf8_to_cp1252(utf8)) {
+    if (ch == '(' || ch == ')' || ch == '\\') {
+      o += '\\';
+      o += static_cast<char>(ch);
+    } else if (ch < 32 || ch > 126) {
+      char b[8];
+      std::snprintf(b, sizeof b, "\\%03o", ch);
+      o += b;
+    } else {
+      o += static_cast<char>(ch);
+    }
+  }
+  return o;
+}
 
 std::string fmt(double v) {
   char b[32];
@@ -56,8 +78,11 @@ CardRange run_bounds(const CardLayout& l) {
 std::string card_svg(const CardLayout& l, CardRange r) {
   const double top = top_mm(l, r), len = length_mm(l, r), w = l.width_mm;
   std::string o = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-  o += "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + fmt(w) + "mm\" height=\"" + fmt(len) +
-       "mm\" viewBox=\"0 0 " + fmt(w) + " " + fmt(len) + "\">\n";
+  // The names stand in a band above the card, every other one lower, so
+  // that no hole covers them and no two run together.
+  o += "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + fmt(w) + "mm\" height=\"" + fmt(len + kBandeNoms) +
+       "mm\" viewBox=\"0 " + fmt(-kBandeNoms) + " " + fmt(w) + " " + fmt(len + kBandeNoms) + "\">\n";
+  if (!l.title.empty()) o += "<title>" + xml(l.title) + "</title>\n";
   o += "<rect class=\"carton\" x=\"0\" y=\"0\" width=\"" + fmt(w) + "\" height=\"" + fmt(len) +
        "\" fill=\"#f4ecd8\" stroke=\"#806040\" stroke-width=\"0.2\"/>\n";
   auto shade = [&](double y0, double y1) {
@@ -69,11 +94,12 @@ std::string card_svg(const CardLayout& l, CardRange r) {
   };
   shade(top, l.y_mm(l.start_step));
   shade(l.y_mm(l.end_step) + l.punch_mm, top + len);
-  for (const CardTrack& t : l.tracks) {
+  for (size_t i = 0; i < l.tracks.size(); ++i) {
+    const CardTrack& t = l.tracks[i];
     o += "<line class=\"piste\" x1=\"" + fmt(t.x_mm) + "\" y1=\"0\" x2=\"" + fmt(t.x_mm) + "\" y2=\"" + fmt(len) +
          "\" stroke=\"#c0b090\" stroke-width=\"0.1\"/>\n";
-    o +=
-        "<text x=\"" + fmt(t.x_mm) + "\" y=\"2\" font-size=\"1.6\" text-anchor=\"middle\">" + xml(t.name) + "</text>\n";
+    o += "<text class=\"nom\" x=\"" + fmt(t.x_mm) + "\" y=\"" + (i % 2 ? "-0.6" : "-2.8") +
+         "\" font-size=\"1.6\" text-anchor=\"middle\">" + xml(t.name) + "</text>\n";
   }
   const auto [a, b] = l.holes_between(r.from, r.to);
   for (size_t i = a; i < b; ++i) {
@@ -119,6 +145,14 @@ std::string card_pdf(const CardLayout& l, CardRange r) {
       if (t.x_mm >= x0 && t.x_mm <= x0 + tw)
         s += X(t.x_mm - x0) + " " + Y(0) + " m " + X(t.x_mm - x0) + " " + Y(th) + " l S\n";
     s += "0 g\n";
+    // The track names above the first row of pages, in the paper's margin.
+    if (row == 0)
+      for (size_t i = 0; i < l.tracks.size(); ++i) {
+        const CardTrack& t = l.tracks[i];
+        if (t.x_mm < x0 || t.x_mm > x0 + tw || t.name.empty()) continue;
+        s += "BT /F1 5 Tf " + X(t.x_mm - x0 - 1.2) + " " + Y(i % 2 ? -1.5 : -4.5) + " Td (" + pdf_texte(t.name) +
+             ") Tj ET\n";
+      }
     // Holes whose rectangle touches the tile, clipped to it.
     const auto [a, b] = l.holes_between(l.step_at(top + y0 - l.punch_mm), l.step_at(top + y0 + th));
     for (size_t i = a; i < b; ++i) {
@@ -132,7 +166,8 @@ std::string card_pdf(const CardLayout& l, CardRange r) {
     }
     char label[96];
     std::snprintf(label, sizeof label, "Page %d / %d (rang\\351e %d, colonne %d)", p + 1, pages, row + 1, col + 1);
-    s += "BT /F1 9 Tf " + fmt(kMargin * kPt) + " " + fmt(4 * kPt) + " Td (" + label + ") Tj ET\n";
+    const std::string titre = l.title.empty() ? std::string() : pdf_texte(l.title) + " - ";
+    s += "BT /F1 9 Tf " + fmt(kMargin * kPt) + " " + fmt(4 * kPt) + " Td (" + titre + label + ") Tj ET\n";
     contents.push_back(std::move(s));
   }
 
@@ -154,6 +189,8 @@ std::string card_pdf(const CardLayout& l, CardRange r) {
            "] /Resources << /Font << /F1 3 0 R >> >> /Contents " + std::to_string(5 + 2 * p) + " 0 R >>");
     object("<< /Length " + std::to_string(contents[p].size()) + " >>\nstream\n" + contents[p] + "endstream");
   }
+  object("<< /Title (" + pdf_texte(l.title.empty() ? "Carton" : l.title) + ") /Creator (Brivel) >>");
+  const size_t info = offsets.size();
   const size_t xref = o.size();
   o += "xref\n0 " + std::to_string(offsets.size() + 1) + "\n0000000000 65535 f \n";
   for (size_t off : offsets) {
@@ -161,7 +198,8 @@ std::string card_pdf(const CardLayout& l, CardRange r) {
     std::snprintf(b, sizeof b, "%010zu 00000 n \n", off);
     o += b;
   }
-  o += "trailer\n<< /Size " + std::to_string(offsets.size() + 1) + " /Root 1 0 R >>\nstartxref\n" +
+  o += "trailer\n<< /Size " + std::to_string(offsets.size() + 1) + " /Root 1 0 R /Info " + std::to_string(info) +
+       " 0 R >>\nstartxref\n" +
        std::to_string(xref) + "\n%%EOF\n";
   return o;
 }

@@ -42,6 +42,11 @@ CardInput card_input(const Context& c) {
   in.punch_mm = val(m.Poincon.text());
   in.track_pitch_mm = val(m.Text13.text());
   in.edge_mm = val(m.Text12.text());
+  // The piece, and the instrument by its parameter file's name.
+  std::string orgue = c.s.nom_fichier_set;
+  if (orgue.size() > 4 && orgue.compare(orgue.size() - 4, 4, ".set") == 0) orgue.resize(orgue.size() - 4);
+  in.title = c.s.nom_midi_court.empty() || orgue.empty() ? c.s.nom_midi_court + orgue
+                                                          : c.s.nom_midi_court + " - " + orgue;
   const int16_t punch_steps = in.step_mm > 0 ? static_cast<int16_t>(std::floor(in.punch_mm / in.step_mm)) : 0;
   in.plan.first_y = static_cast<int32_t>(round_half_even(punch_steps / 2.0));
   in.plan.first_x = static_cast<int32_t>(val(m.Text_origineX.text()));
@@ -58,6 +63,7 @@ CardInput card_input(const Context& c) {
 
 CardLayout lay_out_card(const CardInput& in) {
   CardLayout l;
+  l.title = in.title;
   l.step_mm = in.step_mm;
   l.punch_mm = in.punch_mm;
   // The punch is narrower than the gap between tracks; half the pitch reads

@@ -24,6 +24,7 @@ struct CardInput {
   double punch_mm = 3;             // Poincon: the hole's length along the card
   double track_pitch_mm = 4.2;     // Text13: from one track to the next
   double edge_mm = 6.3;            // Text12: first track to the card's edge
+  std::string title;               // the piece and the instrument, for the exports
 };
 
 struct CardTrack {
@@ -48,6 +49,7 @@ struct CardLayout {
   double length_mm = 0;                 // along it, to the end of the last hole and a margin
   double start_step = 0, end_step = 0;  // the run's bounds
   int32_t last_step = 0;                // of the list
+  std::string title;
   // Notes of the piece that no track holds: note number -> NOTE rows.
   std::map<int, int> outside;
 

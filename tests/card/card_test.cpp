@@ -38,8 +38,11 @@ TEST(CardDrawing, SvgHolesInMillimetres) {
   const std::string svg = card_svg(l, whole_card(l));
   // Widest track 490 X steps: 102.9 mm, plus the 6.3 mm of the edge.
   EXPECT_NE(svg.find(R"(width="109.2mm")"), std::string::npos);
-  // 219 steps of 0.83 mm, the punch's 3 mm and 5 mm of margin.
-  EXPECT_NE(svg.find(R"(height="189.77mm")"), std::string::npos);
+  // 219 steps of 0.83 mm, the punch's 3 mm and 5 mm of margin; above the
+  // card, 5 mm for the names, in two rows where holes can't cover them.
+  EXPECT_NE(svg.find(R"(height="194.77mm" viewBox="0 -5 109.2 194.77")"), std::string::npos);
+  EXPECT_NE(svg.find(R"(<text class="nom" x="5.25" y="-2.8")"), std::string::npos);
+  EXPECT_NE(svg.find(R"(<text class="nom" x="8.82" y="-0.6")"), std::string::npos);
   const auto holes = holes_in(svg);
   ASSERT_EQ(holes.size(), 19u);
   struct Case {
@@ -83,6 +86,8 @@ TEST(CardDrawing, PdfPagesOfALongPiece) {
   }
   in.plan.notes = {60, 62};
   in.plan.positions = {30, 50};
+  in.names = {"Do3", "Ré3"};
+  in.title = "Valse été - Orgue";
   const CardLayout l = lay_out_card(in);
   struct Case {
     const char* name;
@@ -105,8 +110,11 @@ TEST(CardDrawing, PdfPagesOfALongPiece) {
          at = pdf.find("/Type /Page /Parent", at + 1))
       ++n;
     EXPECT_EQ(n, static_cast<size_t>(c.pages));
-    EXPECT_NE(pdf.find("(Page " + std::to_string(c.pages) + " / " + std::to_string(c.pages)), std::string::npos);
+    EXPECT_NE(pdf.find(" - Page " + std::to_string(c.pages) + " / " + std::to_string(c.pages)), std::string::npos);
     EXPECT_EQ(pdf.substr(pdf.size() - 6), "%%EOF\n");
+    EXPECT_NE(pdf.find("/Title (Valse \\351t\\351 - Orgue)"), std::string::npos);
+    EXPECT_NE(pdf.find("Td (Valse \\351t\\351 - Orgue - Page 1 / "), std::string::npos);
+    EXPECT_NE(pdf.find("Td (Do3) Tj"), std::string::npos) << "the names above the first pages";
   }
   // A card wider than the paper takes two columns.
   in.plan.positions = {30, 1000};  // 210 mm
