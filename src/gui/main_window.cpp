@@ -1,5 +1,9 @@
 #include "gui/main_window.h"
 
+#include <QFileSystemWatcher>
+
+#include "console/file_list.h"
+
 #include <QApplication>
 #include <QCloseEvent>
 #include <QLayout>
@@ -41,6 +45,11 @@ MainWindow::MainWindow(Context& c, std::function<void()> on_close)
   upload_ = build_upload_window(*binder_, this);
   card_ = install_card_window(c_, *binder_, menuBar(), this);
   watch_rehearsal(c_, *binder_, this);
+  // Parameter files saved or copied into the folder by any road show in the
+  // list at once.
+  auto* folder = new QFileSystemWatcher(this);
+  if (!c_.s.dossier_appli.empty()) folder->addPath(QString::fromStdString(c_.s.dossier_appli));
+  connect(folder, &QFileSystemWatcher::directoryChanged, this, [this] { refresh_File1(c_); });
 
   binder_->bind(m.Brivel, this, [this](Prop p) {
     Model& mm = c_.m;

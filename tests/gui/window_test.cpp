@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QGroupBox>
 #include <QKeyEvent>
 #include <QLabel>
@@ -319,6 +320,16 @@ TEST_F(WindowTest, AboutBoxWithItsHiddenButtonAndAddresses) {
   ok->click();
   EXPECT_FALSE(m.About.visible());
   EXPECT_FALSE(about->isVisible());
+}
+
+// A parameter file that lands in the folder by any road shows in the list.
+TEST_F(WindowTest, TheListFollowsTheFolder) {
+  EXPECT_TRUE(m.File1.rows().empty());
+  std::ofstream(desk.home + "orgue.set") << "3\r\n";
+  QElapsedTimer t;
+  t.start();
+  while (m.File1.rows().empty() && t.elapsed() < 5000) QApplication::processEvents(QEventLoop::AllEvents, 50);
+  EXPECT_EQ(m.File1.rows(), std::vector<std::string>{"orgue.set"});
 }
 
 TEST_F(WindowTest, ClosingTheWindowRunsTheQuitSequence) {
