@@ -2,6 +2,7 @@
 
 #include "console/file_list.h"
 #include "console/pages.h"
+#include "import/recents.h"
 #include "core/app_paths.h"
 #include "core/numbers.h"
 #include "geometry/geometry.h"
@@ -67,6 +68,7 @@ void ConsoleApp::Form_Load() {
   ensure_app_folders(s.dossier_appli);
   s.chemin_midid = s.dossier_appli + "Temp/midid.dat";
   refresh_File1(c);
+  charge_recents(c);
   s.perforation_lancee = false;
   s.hors_watchdog = 0;
   s.mode_5car = false;

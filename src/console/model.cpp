@@ -208,6 +208,11 @@ Model::Model() {
   // Ours: a parameter file from any folder joins the list.
   add(Ouvre_param, "Fichier", "Ouvrir Paramètres...").shortcut_ = "Ctrl+P";
   add(Sauve_param, "Fichier", "Sauver Paramètres").shortcut_ = "Ctrl+S";
+  for (int i = 1; i <= kRecents; ++i) {
+    Element& r = add_indexed(recent, "recent", i, Kind::MenuEntry, "Fichier");
+    r.visible_ = false;
+    r.enabled_ = false;
+  }
   Sauve_param.enabled_ = false;
   add(separe1, "Fichier", "-");
   add(Sauve_contexte, "Fichier", "Sauver Contexte").shortcut_ = "Ctrl+C";

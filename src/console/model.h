@@ -124,6 +124,9 @@ class Model {
       ReferenceX{Kind::TextField, "ReferenceX"}, ReferenceY{Kind::TextField, "ReferenceY"},
       Text2{Kind::TextField, "Text2"}, Text4{Kind::TextField, "Text4"};
   ElementArray Label1;  // 0, 1
+  // Ours: the pieces opened last, most recent first, in the menu Fichier.
+  static constexpr int kRecents = 5;
+  ElementArray recent;  // 1..kRecents
   Element Command2{Kind::Button, "Command2"}, Command3{Kind::Button, "Command3"};
   Element Liste_fichiers{Kind::List, "Liste_fichiers"}, List5{Kind::List, "List5"};
 

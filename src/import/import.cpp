@@ -3,6 +3,7 @@
 #include "import/calcul_ponts.h"
 #include "import/intermediaires.h"
 #include "import/ouvre_midi.h"
+#include "import/recents.h"
 
 namespace brivel {
 
@@ -13,6 +14,7 @@ void install_import(Context& c) {
   m.Calculer_ponts_Y.handler = [&c] { Calculer_ponts_Y_Click(c); };
   m.Appliquer_ponts.handler = [&c] { Appliquer_ponts_Click(c); };
   m.Def_ponts.handler = [&c] { Def_ponts_Click(c); };
+  install_recents(c);
 }
 
 }  // namespace brivel

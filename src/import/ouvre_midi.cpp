@@ -13,6 +13,7 @@
 #include "import/fichier_midi.h"
 #include "import/intermediaires.h"
 #include "import/lecture_evenements.h"
+#include "import/recents.h"
 #include "import/refus_import.h"
 #include "import/vertalen.h"
 
@@ -227,6 +228,7 @@ void Ouvre_midi_Click(Context& c) {
 
   const bool importe = importe_lecture(c, std::move(*lecture), r, v.notes_sans_fin);
   c.p.set_busy(false);
+  if (importe) retient_morceau(c, s.chemin_midi);
   if (s.midi_erreur_code != 0) {
     if (importe) m.Label_defautP.set_text(service_conversion_interrompue());
     c.p.dialogs().message_box(message_conversion_interrompue(s.midi_erreur_code, s.midi_erreur_texte, importe), BoxButtons::Ok);
@@ -235,7 +237,7 @@ void Ouvre_midi_Click(Context& c) {
 
 void relit_morceau(Context& c) {
   RunState& s = c.s;
-  if (s.chemin_midi.empty() || s.run_on_stack) return;
+  if (s.run_on_stack || s.rang_fichier < 0 || s.rang_fichier >= c.m.Liste_fichiers.count()) return;
   const int16_t avant = s.enchainement;
   s.enchainement = -1;
   Ouvre_midi_Click(c);

@@ -32,8 +32,9 @@ inline constexpr int kAttenteConversionMs = 2000;
 std::optional<std::vector<double>> gamme_verifiee(const Model& m);
 
 void Ouvre_midi_Click(Context& c);
-// The piece now open read again without a dialog, as a chain opens its next
-// file: after a change of the transposition.
+// The file of Liste_fichiers at rang_fichier opened without a dialog, as a
+// chain opens its next file: the piece read again after a change of the
+// transposition, or a recent piece.
 void relit_morceau(Context& c);
 
 // From the bytes of a text event file to a piece ready to punch: List3, the

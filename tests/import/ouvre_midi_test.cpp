@@ -1,4 +1,5 @@
 #include "import/ouvre_midi.h"
+#include "import/recents.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -140,6 +141,31 @@ TEST(OpenPiece, ReadTransposed) {
     ASSERT_TRUE(importe_evenements(d.c, note_line(0, k.note, 0), d.reglages()));
     EXPECT_EQ(d.m.List3.row(0), k.first_row) << k.shift;
   }
+}
+
+// The pieces opened last come back in one click from the menu Fichier,
+// most recent first, kept for the next start.
+TEST(OpenPiece, RecentPiecesInTheMenu) {
+  Desk d;
+  d.m.Ouvre_midi.set_enabled(true);
+  std::vector<std::string> paths;
+  for (const char* n : {"a.mid", "b.mid", "a.mid"}) {
+    paths.push_back(d.home + n);
+    write_file(paths.back(), tiny_midi());
+    d.p.sim_dialogs().open_answers.push_back(paths.back());
+    d.m.Ouvre_midi.click();
+  }
+  EXPECT_EQ(d.m.recent(1).text(), "1 " + d.home + "a.mid");
+  EXPECT_EQ(d.m.recent(2).text(), "2 " + d.home + "b.mid");
+  EXPECT_FALSE(d.m.recent(3).visible());
+  EXPECT_EQ(d.read_file("Morceaux_recents.txt"), d.home + "a.mid\n" + d.home + "b.mid\n");
+  ASSERT_TRUE(d.m.recent(2).operator_click());
+  EXPECT_EQ(d.s.chemin_midi, d.home + "b.mid");
+  EXPECT_EQ(d.p.sim_dialogs().open_requests.size(), 3u) << "no dialog for a recent piece";
+  EXPECT_EQ(d.m.recent(1).text(), "1 " + d.home + "b.mid");
+  d.m.Ouvre_midi.set_enabled(false);
+  EXPECT_FALSE(d.m.recent(1).enabled()) << "usable when the opening is";
+  EXPECT_EQ(avec_recent({"1", "2", "3", "4", "5"}, "6"), (std::vector<std::string>{"6", "1", "2", "3", "4"}));
 }
 
 TEST(OpenPiece, TooManyRowsEndsTheProgram) {
