@@ -1,0 +1,15 @@
+/* The serial line at 57600 baud, 8N1: bytes received by interrupt into a
+ * ring buffer, so that none is lost while a motor steps. */
+#ifndef BRIVEL_UART_H
+#define BRIVEL_UART_H
+
+#include <stdbool.h>
+#include <stdint.h>
+
+void uart_init(void);
+/* True and the oldest byte in *b when one waits. */
+bool uart_get(uint8_t* b);
+void uart_put(uint8_t b);
+void uart_write(const char* s, uint8_t n);
+
+#endif
