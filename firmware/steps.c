@@ -1,6 +1,7 @@
 #include "steps.h"
 
 #include <avr/interrupt.h>
+#include <util/atomic.h>
 #include <avr/io.h>
 #include <util/delay.h>
 
@@ -39,7 +40,15 @@ void steps_start(enum axis a, uint32_t count, uint16_t period_us) {
   TCCR1B = _BV(WGM12) | _BV(CS11);
 }
 
-bool steps_busy(void) { return remaining != 0; }
+/* The counters are four bytes the interrupt changes: read with it held off,
+ * or 256 steps to go can be read as none between its two halves. */
+static uint32_t read_atomic(volatile uint32_t* v) {
+  uint32_t out;
+  ATOMIC_BLOCK(ATOMIC_RESTORESTATE) { out = *v; }
+  return out;
+}
+
+bool steps_busy(void) { return read_atomic(&remaining) != 0; }
 
 void steps_stop(void) {
   TCCR1B = 0;
@@ -47,8 +56,8 @@ void steps_stop(void) {
   remaining = 0;
 }
 
-uint32_t steps_linear_transitions(void) { return transitions; }
-uint32_t steps_done(void) { return done; }
+uint32_t steps_linear_transitions(void) { return read_atomic(&transitions); }
+uint32_t steps_done(void) { return read_atomic(&done); }
 
 ISR(TIMER1_COMPA_vect) {
   if (remaining == 0) return;

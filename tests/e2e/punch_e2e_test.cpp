@@ -82,8 +82,13 @@ TEST(EndToEnd, AWholePieceIsPunchedHoleForHole) {
     const char* what;
     std::string run;  // the script's lines from "Perforer" to the end of the run
     size_t repeated;  // holes punched twice
+    bool firmware = false;  // against our firmware on the simulated chip
   } cases[] = {
       {"straight", "click Command11\n", 0},
+#ifdef MACHINE_SIM_EXE
+      // The firmware's own image, the holes measured at the chip's pins.
+      {"firmware", "click Command11\n", 0, true},
+#endif
       {"paused, hands on the machine",
        "start Command11\nwait Label_defautP = Perforation en cours\nwait gauge1 ~ [4-9]|[1-9][0-9]+\n"
        "click Command12\nwait Command12 = Continuer\npause 1000\nclick fenetre_moteurs\nset nb_PasX 100\n"
@@ -93,10 +98,17 @@ TEST(EndToEnd, AWholePieceIsPunchedHoleForHole) {
   };
   for (const auto& k : cases) {
     const fs::path log = home.dir / (std::string(k.what) + ".log");
-    ChildProcess sim({BOARD_SIM_EXE, "--link", (home.dir / "ports" / "com7").string(), "--log", log.string(), "--instant"},
-                     home.dir.string());
+    const std::string port = (home.dir / "ports" / "com7").string();
+    std::vector<std::string> sim_argv = {BOARD_SIM_EXE, "--link", port, "--log", log.string(), "--instant"};
+#ifdef MACHINE_SIM_EXE
+    if (k.firmware) sim_argv = {MACHINE_SIM_EXE, "--firmware", FIRMWARE_ELF, "--link", port, "--log", log.string()};
+#endif
+    ChildProcess sim(sim_argv, home.dir.string());
     ASSERT_TRUE(sim.read_until("ready", 10)) << sim.err();
-    const std::string script = "click fenetre_moteurs\nset AdressePort 7\nwait Shape1 = 10\n"
+    // The machine's motors at 0.5 ms a step, so that the simulated chip
+    // punches the piece in seconds.
+    const std::string speed = k.firmware ? "set VitesseX 500\nset VitesseY 500\n" : "";
+    const std::string script = "click fenetre_moteurs\nset AdressePort 7\nwait Shape1 = 10\n" + speed +
                                "click fenetre_perforation\nanswer open " + mid.string() + "\nclick Ouvre_midi\n"
                                "wait Label_defautP ~ Prêt à perforer.*\n" + k.run +
                                "expect Label_defautP = Perforation terminée\nprint compteurXY(1)\nquit\n";
@@ -110,6 +122,13 @@ TEST(EndToEnd, AWholePieceIsPunchedHoleForHole) {
     for (std::string l; std::getline(lin, l);) {
       const auto star = l.find(" * ");
       if (star != std::string::npos) got.insert(l.substr(star + 3));
+      if (l.rfind("HOLE ", 0) == 0) {
+        std::istringstream hole(l.substr(5));
+        int x = 0, y = 0;
+        hole >> x >> y;
+        got.insert("X=" + std::to_string(x) + " Y=" + std::to_string(y));
+      }
+      EXPECT_EQ(l.find("LOST"), std::string::npos) << k.what << ": a byte lost by the chip";
       for (const char* f : {" > mX00100<LF>", " > MY00200<LF>", " > My00200<LF>"}) hand_frames += l.find(f) != std::string::npos;
     }
     EXPECT_EQ(hand_frames, k.repeated ? 3 : 0) << k.what;
