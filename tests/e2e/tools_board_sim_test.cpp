@@ -99,6 +99,38 @@ TEST(EndToEndTools, CalibrationDetectorsAndEeprom) {
   EXPECT_EQ(count(got, "rd00012<LF>"), 2);
 }
 
+#ifdef MACHINE_SIM_EXE
+// The same tools against our firmware on the simulated chip and its punch,
+// whose clutch trips on a pulse of 5 ms and whose crank is back at rest 30 ms
+// later: pulses 2 and 7 fail (no trip; back too late for a delay of 14), 12,
+// 17 and 22 work, and the calibration ends at 27. The EEPROM of a new chip
+// holds 255; a cell written reads back.
+TEST(EndToEndTools, CalibrationAndEepromOnTheFirmware) {
+  ToolsHome home("firmware");
+  const fs::path log = home.dir / "machine.log";
+  ChildProcess sim({MACHINE_SIM_EXE, "--firmware", FIRMWARE_ELF, "--link", (home.dir / "ports" / "com7").string(),
+                    "--log", log.string()},
+                   home.dir.string());
+  ASSERT_TRUE(sim.read_until("ready", 10)) << sim.out() << sim.err();
+  ChildProcess script({SCRIPT_EXE, "-"}, home.dir.string(),
+                      "click fenetre_moteurs\nset AdressePort 7\nwait Shape1 = 10\nclick CalibrerZ\n"
+                      "expect Calibration = Fin calibration Z. Penser à sauvegarder!\n"
+                      "expect TempoZ = 27\nexpect MaxZ = 54\n"
+                      "key Alt+E\nset EEPROM.adress 12\nclick EEPROM.Command1\nexpect EEPROM.value = 255\n"
+                      "set EEPROM.value 7\nclick EEPROM.Command2\nset EEPROM.value 0\nclick EEPROM.Command1\n"
+                      "expect EEPROM.value = 7\nquit\n");
+  EXPECT_EQ(script.wait_exit(90), 0) << script.err();
+  EXPECT_EQ(sim.terminate(10), 0) << sim.err();
+  const auto got = frames_of(log);
+  EXPECT_EQ(count(got, "cZxxxxx<LF>"), 5);
+  std::ifstream in(log);
+  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  size_t holes = 0;
+  for (size_t at = text.find("HOLE "); at != std::string::npos; at = text.find("HOLE ", at + 1)) ++holes;
+  EXPECT_EQ(holes, 4u) << "pulse 7 trips the clutch too, only too late to be back";
+}
+#endif
+
 TEST(EndToEndTools, UploadReportOfAFailingAvrdude) {
   ToolsHome home("upload");
   home.write("bin/avrdude",
