@@ -1,5 +1,7 @@
 #include "app/console_app.h"
 
+#include <filesystem>
+
 #include "console/file_list.h"
 #include "console/pages.h"
 #include "import/recents.h"
@@ -57,6 +59,18 @@ void ConsoleApp::drive_timers(Element& e) {
   });
 }
 
+void fournit_microprogramme(const std::string& program_dir, const std::string& dossier_appli) {
+  namespace fs = std::filesystem;
+  const fs::path ici = fs::path(dossier_appli) / "Brivel_uploader" / "Binaire";
+  std::error_code ec;
+  if (program_dir.empty() || fs::exists(ici / "Brivel.cpp.hex", ec)) return;
+  const fs::path livre = fs::path(program_dir) / ".." / "share" / "brivel" / "Brivel_uploader" / "Binaire";
+  if (!fs::exists(livre / "Brivel.cpp.hex", ec)) return;
+  fs::create_directories(ici, ec);
+  // Missing afterwards, the upload says where the image is expected.
+  fs::copy(livre, ici, fs::copy_options::skip_existing | fs::copy_options::recursive, ec);
+}
+
 void ConsoleApp::Form_Load() {
   AppPathInputs in;
   in.brivel_home = p.env("BRIVEL_HOME");
@@ -67,6 +81,7 @@ void ConsoleApp::Form_Load() {
   s.dossier_appli = resolve_dossier_appli(in);
   ensure_app_folders(s.dossier_appli);
   s.chemin_midid = s.dossier_appli + "Temp/midid.dat";
+  fournit_microprogramme(options_.program_dir, s.dossier_appli);
   refresh_File1(c);
   charge_recents(c);
   s.perforation_lancee = false;

@@ -19,6 +19,11 @@ struct ConsoleOptions {
   bool hole_journal = false;          // keeps Journal_trous.txt of the holes a run punches
 };
 
+// The firmware image shipped with an installed program
+// (<prefix>/share/brivel/Brivel_uploader/Binaire/) copied into the folder
+// where "Programmation Atmega" looks for it, when that one has none.
+void fournit_microprogramme(const std::string& program_dir, const std::string& dossier_appli);
+
 class ConsoleApp {
  public:
   ConsoleApp(Platform& platform, ConsoleOptions options);

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <sstream>
 
@@ -211,6 +214,25 @@ TEST(ScriptRunner, StartPlaysTheNextLinesInsideTheHandler) {
     EXPECT_EQ(places(r), places(straight)) << k.script;
     EXPECT_EQ(r.holes().size(), straight.holes().size() + k.holes) << k.script;
   }
+}
+
+// An installed program's firmware image goes where the upload looks for it,
+// once: an image of the operator's own is never replaced.
+TEST(FirmwareImage, CopiedFromTheInstallationOnce) {
+  namespace fs = std::filesystem;
+  const fs::path root = fs::path(::testing::TempDir()) / "brivel-install";
+  fs::remove_all(root);
+  fs::create_directories(root / "bin");
+  fs::create_directories(root / "share/brivel/Brivel_uploader/Binaire");
+  std::ofstream(root / "share/brivel/Brivel_uploader/Binaire/Brivel.cpp.hex") << ":00000001FF\n";
+  const std::string home = (root / "home").string() + "/";
+  fournit_microprogramme((root / "bin").string(), home);
+  const fs::path image = root / "home/Brivel_uploader/Binaire/Brivel.cpp.hex";
+  ASSERT_TRUE(fs::exists(image));
+  std::ofstream(image) << "mine";
+  fournit_microprogramme((root / "bin").string(), home);
+  std::ifstream in(image);
+  EXPECT_EQ(std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>()), "mine");
 }
 
 TEST(ScriptRunner, WaitAndQuit) {
