@@ -1,6 +1,8 @@
 #include "sim_loop.h"
 
 #include <poll.h>
+#include <sys/prctl.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,7 +26,9 @@ int64_t steady_ns() {
 
 }  // namespace
 
-int64_t SimLoop::now_ms() const { return (steady_ns() - start_ns_) / 1000000; }
+constexpr int64_t kNsPerMs = 1000000;
+
+int64_t SimLoop::now_ns() const { return steady_ns() - start_ns_; }
 
 void SimLoop::write_log(const BoardLogEntry& e) {
   if (!log_) return;
@@ -33,9 +37,10 @@ void SimLoop::write_log(const BoardLogEntry& e) {
   std::fflush(log_);  // a test may read it while we run
 }
 
-void SimLoop::take_new_log_entries() {
+void SimLoop::take_new_log_entries(int64_t now_ns, int64_t now_ms) {
   const auto& log = board_.log();
-  for (; logged_ < log.size(); ++logged_) due_.emplace(log[logged_].at_ms, Event{false, {}, log[logged_]});
+  for (; logged_ < log.size(); ++logged_)
+    due_.emplace(now_ns + (log[logged_].at_ms - now_ms) * kNsPerMs, Event{false, {}, log[logged_]});
 }
 
 void SimLoop::write_reply(const std::string& bytes, int64_t now) {
@@ -55,12 +60,12 @@ void SimLoop::write_reply(const std::string& bytes, int64_t now) {
   }
 }
 
-void SimLoop::flush_due(int64_t now) {
-  while (!due_.empty() && due_.begin()->first <= now) {
+void SimLoop::flush_due(int64_t now_ns) {
+  while (!due_.empty() && due_.begin()->first <= now_ns) {
     Event e = std::move(due_.begin()->second);
     due_.erase(due_.begin());
     if (e.write) {
-      write_reply(e.bytes, now);
+      write_reply(e.bytes, now_ns / kNsPerMs);
     } else {
       write_log(e.entry);
     }
@@ -72,12 +77,12 @@ void SimLoop::read_pty() {
   for (;;) {
     const ssize_t n = ::read(pty_.master_fd(), buf, sizeof buf);
     if (n <= 0) return;  // EAGAIN: all taken; EIO can't come while we hold the slave
-    const int64_t now = now_ms();
+    const int64_t ns = now_ns(), now = ns / kNsPerMs;
     auto replies = board_.receive(std::string_view(buf, static_cast<size_t>(n)), now);
     // The board's log entries go first, so that a reply's log line is in
     // the file before its bytes reach the program.
-    take_new_log_entries();
-    for (auto& r : replies) due_.emplace(r.at_ms, Event{true, std::move(r.bytes), {}});
+    take_new_log_entries(ns, now);
+    for (auto& r : replies) due_.emplace(ns + (r.at_ms - now) * kNsPerMs, Event{true, std::move(r.bytes), {}});
   }
 }
 
@@ -87,8 +92,9 @@ bool SimLoop::read_signals() {
   for (ssize_t i = 0; i < n; ++i) {
     if (buf[i] == 'T') return false;
     if (buf[i] == 'U') {
-      board_.reset(now_ms());
-      take_new_log_entries();
+      const int64_t ns = now_ns();
+      board_.reset(ns / kNsPerMs);
+      take_new_log_entries(ns, ns / kNsPerMs);
     }
   }
   return true;
@@ -96,28 +102,32 @@ bool SimLoop::read_signals() {
 
 void SimLoop::run(int64_t duration_ms) {
   start_ns_ = steady_ns();
+  // Replies on time to the microsecond, not to the kernel's default slack.
+  prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
   int64_t next_beat = 0;
+  const int64_t end = duration_ms * kNsPerMs;
   for (;;) {
-    int64_t now = now_ms();
+    const int64_t now = now_ns();
     flush_due(now);
-    if (duration_ms > 0 && now >= duration_ms) break;
+    if (duration_ms > 0 && now >= end) break;
     if (now >= next_beat) {
       pty_.clear_exclusive();
-      next_beat = now + kExclusiveBeatMs;
+      next_beat = now + kExclusiveBeatMs * kNsPerMs;
     }
     int64_t wake = next_beat;
     if (!due_.empty()) wake = std::min(wake, due_.begin()->first);
-    if (duration_ms > 0) wake = std::min(wake, duration_ms);
+    if (duration_ms > 0) wake = std::min(wake, end);
     pollfd fds[2] = {{pty_.master_fd(), POLLIN, 0}, {signal_fd_, POLLIN, 0}};
-    const int timeout = static_cast<int>(std::clamp<int64_t>(wake - now, 0, kExclusiveBeatMs));
-    const int r = ::poll(fds, 2, timeout);
+    const int64_t left = std::clamp<int64_t>(wake - now, 0, kExclusiveBeatMs * kNsPerMs);
+    const timespec timeout{static_cast<time_t>(left / 1000000000), static_cast<long>(left % 1000000000)};
+    const int r = ::ppoll(fds, 2, &timeout, nullptr);
     if (r < 0) continue;  // EINTR: the signal's byte is in the pipe
     if (fds[1].revents & POLLIN) {
       if (!read_signals()) break;
     }
     if (fds[0].revents & POLLIN) read_pty();
   }
-  flush_due(now_ms());
+  flush_due(now_ns());
 }
 
 }  // namespace brivel::boardsim

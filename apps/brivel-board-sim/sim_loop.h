@@ -1,6 +1,8 @@
 // The simulator's loop: bytes from the pty go to the board model at the real
 // time they arrive (milliseconds since start, steady clock); replies go back
-// and log lines are written when their time has come.
+// and log lines are written when their time has come, counted to the
+// microsecond from the bytes' arrival: a reply 1 ms after its frame leaves
+// 1 ms after the frame came, not at the next whole millisecond.
 #pragma once
 
 #include <cstdint>
@@ -29,9 +31,11 @@ class SimLoop {
     std::string bytes;
     BoardLogEntry entry;
   };
-  int64_t now_ms() const;
-  void take_new_log_entries();
-  void flush_due(int64_t now);
+  int64_t now_ns() const;
+  // Queues the board's new log lines; `now_ns` is the real time of the
+  // board's present millisecond `now_ms`.
+  void take_new_log_entries(int64_t now_ns, int64_t now_ms);
+  void flush_due(int64_t now_ns);
   void write_log(const BoardLogEntry& e);
   void write_reply(const std::string& bytes, int64_t now);
   void read_pty();
@@ -43,7 +47,7 @@ class SimLoop {
   int signal_fd_;
   int64_t start_ns_ = 0;
   size_t logged_ = 0;                     // entries of board_.log() already queued
-  std::multimap<int64_t, Event> due_;     // by time; same time: in order of queueing
+  std::multimap<int64_t, Event> due_;     // by real time (ns); same time: in order of queueing
 };
 
 }  // namespace brivel::boardsim

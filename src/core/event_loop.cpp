@@ -14,8 +14,9 @@ void attente_fine(EventLoop& loop, double ms, double start) {
     const double left = deadline - *loop.fine_ms();
     if (left <= 0) return;
     if (left < 1.5) {
-      loop.sleep_fraction_ms(left);
+      // The last turn before the sleep: the wait ends on the sleep, on time.
       loop.turn(0);
+      loop.sleep_fraction_ms(deadline - *loop.fine_ms());
       return;
     }
     // Woken a little early, the rest slept: the turn's wake-up is whole ms.
@@ -26,9 +27,12 @@ void attente_fine(EventLoop& loop, double ms, double start) {
 
 void attente_ms(EventLoop& loop, double ms) {
   if (auto fine = loop.fine_ms()) {
+    // Painting is part of the wait, not added to it.
+    loop.show_changes();
     attente_fine(loop, ms, *fine);
     return;
   }
+  loop.show_changes();
   const int32_t start = loop.tick_ms();
   const double deadline = static_cast<double>(start) + ms;
   for (;;) {

@@ -26,6 +26,10 @@ class EventLoop {
   // Sleeps a fraction of a millisecond without taking events, to end a wait
   // on time where the event loop's own wake-ups are whole milliseconds.
   virtual void sleep_fraction_ms(double /*ms*/) {}
+  // Lets the window show what changed. Called where the console waits
+  // anyway (attente_ms), so that painting never comes between a reply and
+  // the next frame; a platform that paints on its own ignores it.
+  virtual void show_changes() {}
 };
 
 // The shared delay: waits at least `ms` milliseconds with the event loop live.

@@ -31,7 +31,9 @@ void Command7_Click(Context& c) {
   // The run engine counts rows in 16 bits: a list that passes the limit
   // only through its intermediate steps stops the same way.
   if (m.List3.count() > kMaxLignes) arret_trop_evenements(c);
-  m.Label9.set_text(" " + str_plain(m.List3.count()));
+  std::string compte = " ";
+  compte += str_plain(m.List3.count());
+  m.Label9.set_text(compte);
 }
 
 }  // namespace brivel

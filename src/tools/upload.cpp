@@ -88,8 +88,7 @@ std::optional<std::string> cherche_programme(std::string_view path_env, const st
     std::size_t fin = path_env.find(':', debut);
     if (fin == std::string_view::npos) fin = path_env.size();
     // An empty entry is the current folder, as the shell takes it.
-    std::string dossier(path_env.substr(debut, fin - debut));
-    if (dossier.empty()) dossier = ".";
+    const std::string dossier = fin == debut ? std::string(".") : std::string(path_env.substr(debut, fin - debut));
     const std::string chemin = dossier + "/" + nom;
     std::error_code ec;
     if (fs::is_regular_file(chemin, ec) && access(chemin.c_str(), X_OK) == 0) return chemin;

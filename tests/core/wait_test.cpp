@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -49,32 +50,42 @@ TEST(AttenteMs, TurnsUntilTheTickPassesTheDeadline) {
 }
 
 // A loop with a fine clock: each turn moves it by the time asked for, plus
-// a late wake-up; the fractions are slept.
+// a late wake-up; the fractions are slept; painting the window takes `paint`.
 class FineLoop : public EventLoop {
  public:
-  explicit FineLoop(double late) : late_(late) {}
+  FineLoop(double late, double paint) : late_(late), paint_(paint) {}
   void turn(int wake) override {
     ++turns;
     if (wake > 0) now_ += wake + late_;
   }
   int32_t tick_ms() override { return static_cast<int32_t>(now_); }
   std::optional<double> fine_ms() override { return now_; }
-  void sleep_fraction_ms(double ms) override { now_ += ms; }
+  void sleep_fraction_ms(double ms) override { now_ += std::max(ms, 0.0); }
+  void show_changes() override {
+    ++shown;
+    now_ += paint_;
+  }
   double now_ = 1000.3;
-  int turns = 0;
+  int turns = 0, shown = 0;
 
  private:
-  double late_;
+  double late_, paint_;
 };
 
 TEST(AttenteMs, WithAFineClockEndsOnTimeToAFraction) {
-  for (double late : {0.0, 0.2, 0.45}) {
-    for (double ms : {0.0, 0.4, 25.0, 250.0}) {
-      FineLoop loop(late);
-      attente_ms(loop, ms);
-      EXPECT_GE(loop.now_ - 1000.3, ms - 1e-9) << ms << " late " << late;
-      EXPECT_LT(loop.now_ - 1000.3, ms + 0.1) << ms << " late " << late << ": no whole millisecond added";
-      EXPECT_GE(loop.turns, 1);
+  // The window is painted once per wait, inside it: a paint shorter than
+  // the wait doesn't lengthen it.
+  for (double paint : {0.0, 3.0}) {
+    for (double late : {0.0, 0.2, 0.45}) {
+      for (double ms : {0.0, 0.4, 25.0, 250.0}) {
+        FineLoop loop(late, paint);
+        attente_ms(loop, ms);
+        const double expected = std::max(ms, paint);
+        EXPECT_GE(loop.now_ - 1000.3, expected - 1e-9) << ms << " late " << late << " paint " << paint;
+        EXPECT_LT(loop.now_ - 1000.3, expected + 0.1) << ms << " late " << late << " paint " << paint;
+        EXPECT_GE(loop.turns, 1);
+        EXPECT_EQ(loop.shown, 1);
+      }
     }
   }
 }

@@ -1,6 +1,7 @@
 #include "platform/qt/qt_platform.h"
 
 #include <signal.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -25,6 +26,7 @@
 
 #include "platform/qt/desktop.h"
 #include "platform/qt/help_viewer.h"
+#include "platform/qt/paint_gate.h"
 #include "platform/qt/port_table.h"
 #include "platform/qt/qt_devices.h"
 #include "platform/qt/qt_dialogs.h"
@@ -54,10 +56,14 @@ struct QtPlatform::Impl {
   int ticks_on_stack = 0;
   int next_timer = 1;
   bool busy = false;
+  PaintGate paint_gate;
 };
 
 QtPlatform::QtPlatform() : d_(std::make_unique<Impl>()) {
   d_->clock.start();
+  // The kernel may end a sleep up to the thread's slack late (50 µs by
+  // default); a run sleeps twice per move, thousands of times.
+  prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
   d_->dialogs = &d_->real_dialogs;
   // A port lost under the program is a removal as far as the console goes:
   // the lamps turn red, and a wait on the line ends at once.
@@ -76,7 +82,9 @@ void QtPlatform::set_dialogs(Dialogs* dialogs) { d_->dialogs = dialogs ? dialogs
 void QtPlatform::turn(int wake_within_ms) {
   if (d_->ticks_on_stack == 0) d_->retired.clear();
   if (wake_within_ms == 0) {
+    d_->paint_gate.hold();
     QCoreApplication::processEvents(QEventLoop::AllEvents);
+    d_->paint_gate.hold();
     return;
   }
   // Block until something happens (a reply byte, a timer, a click), but no
@@ -90,11 +98,14 @@ void QtPlatform::turn(int wake_within_ms) {
     wake.start(wake_within_ms);
   }
   QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  d_->paint_gate.hold();
 }
 
 int32_t QtPlatform::tick_ms() { return static_cast<int32_t>(d_->clock.elapsed()); }
 
 std::optional<double> QtPlatform::fine_ms() { return static_cast<double>(d_->clock.nsecsElapsed()) / 1e6; }
+
+void QtPlatform::show_changes() { d_->paint_gate.release(); }
 
 void QtPlatform::sleep_fraction_ms(double ms) {
   if (ms > 0) std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(std::min(ms, 1.5)));

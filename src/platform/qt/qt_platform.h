@@ -25,6 +25,7 @@ class QtPlatform : public Platform {
   int32_t tick_ms() override;
   std::optional<double> fine_ms() override;
   void sleep_fraction_ms(double ms) override;
+  void show_changes() override;
   SerialPort& serial() override;
   DeviceNotifier& devices() override;
   Dialogs& dialogs() override;
