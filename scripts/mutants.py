@@ -335,6 +335,9 @@ def main():
                     help="seconds a test program may take on a mutant (default 5 times its own time, 20 s at least)")
     ap.add_argument("--report", default=None, help="report file (default BUILD/mutants-report.txt)")
     ap.add_argument("--list", action="store_true", help="list the sample and stop")
+    ap.add_argument("--all", action="store_true",
+                    help="run every program that runs the line, not only up to the first that fails: "
+                         "which tests kill which mutant, for trimming")
     ap.add_argument("--against", default=None,
                     help="the .json of an earlier report: lists the mutants it killed that now survive")
     args = ap.parse_args()
@@ -399,17 +402,18 @@ def main():
                     rec["outcome"] = "not compiled"
                 else:
                     rec["outcome"] = "survived"
+                    killers, failed = [], []
                     for p in runners:
                         limit = args.timeout or max(20.0, 5 * times.get(p, 4))
-                        failed = []
                         outcome, _ = run_program(bdir, p, limit, trash, failed)
                         if outcome != "pass":
-                            rec["outcome"] = "killed" if outcome == "fail" else "timeout"
-                            rec["by"] = p
-                            rec["tests"] = failed
-                            break
-                    else:
-                        rec["by"] = ",".join(runners)
+                            if rec["outcome"] == "survived":
+                                rec["outcome"] = "killed" if outcome == "fail" else "timeout"
+                            killers.append(p if outcome == "fail" else p + " (timeout)")
+                            if not args.all:
+                                break
+                    rec["by"] = ",".join(killers or runners)
+                    rec["tests"] = failed
                 rec["seconds"] = round(time.monotonic() - t0, 1)
                 results.append(rec)
                 print(f"  {rec['outcome']:12} {rel}:{no} {kind} ({rec['seconds']} s)", file=sys.stderr)

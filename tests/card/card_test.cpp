@@ -2,6 +2,8 @@
 // transposition table, and what the live view learns while a run punches.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include <filesystem>
 #include <regex>
 
@@ -43,6 +45,9 @@ TEST(CardDrawing, SvgHolesInMillimetres) {
   EXPECT_NE(svg.find(R"(height="194.77mm" viewBox="0 -5 109.2 194.77")"), std::string::npos);
   EXPECT_NE(svg.find(R"(<text class="nom" x="5.25" y="-2.8")"), std::string::npos);
   EXPECT_NE(svg.find(R"(<text class="nom" x="8.82" y="-0.6")"), std::string::npos);
+  EXPECT_EQ(std::regex_replace(svg, std::regex(R"(<text class="nom"[^>]*>[^<]*</text>\n)"), "").find("<text"),
+            std::string::npos)
+      << "every name closed";
   const auto holes = holes_in(svg);
   ASSERT_EQ(holes.size(), 19u);
   struct Case {
@@ -115,6 +120,20 @@ TEST(CardDrawing, PdfPagesOfALongPiece) {
     EXPECT_NE(pdf.find("/Title (Valse \\351t\\351 - Orgue)"), std::string::npos);
     EXPECT_NE(pdf.find("Td (Valse \\351t\\351 - Orgue - Page 1 / "), std::string::npos);
     EXPECT_NE(pdf.find("Td (Do3) Tj"), std::string::npos) << "the names above the first pages";
+    // A4 pages; the first tile 277 mm high, 10 mm in from the paper's
+    // corner, with 4 mm crosses at its corners to lay the pages edge to edge.
+    EXPECT_NE(pdf.find("/MediaBox [0 0 595.276 841.89]"), std::string::npos);
+    EXPECT_TRUE(std::regex_search(pdf, std::regex(R"(\n28\.346 28\.346 [0-9.]+ 785\.197 re S\n)")));
+    EXPECT_NE(pdf.find("\n17.008 813.543 m 39.685 813.543 l S\n28.346 824.882 m 28.346 802.205 l S\n"),
+              std::string::npos);
+    // Each kid of the page tree is a page object.
+    const size_t kids = pdf.find("/Kids [") + 7;
+    std::istringstream in(pdf.substr(kids, pdf.find(']', kids) - kids));
+    for (int obj, gen; in >> obj >> gen;) {
+      std::string r;
+      in >> r;
+      EXPECT_NE(pdf.find("\n" + std::to_string(obj) + " 0 obj\n<< /Type /Page /Parent"), std::string::npos) << obj;
+    }
   }
   // A card wider than the paper takes two columns.
   in.plan.positions = {30, 1000};  // 210 mm

@@ -47,6 +47,8 @@ TEST(Model, DefaultsOfTheFieldMap) {
       {"Text3", "3", "", true, true},
       {"Text6", "250", "", true, true},
       {"ReferenceX", "-10", "Décalage butée carton", true, true},
+      {"ReferenceY", "0", "Origine du compteur Y", true, true},
+      {"Deb_perf_mn", "", "Début de perforation", true, true},
       {"Text4", "20", "Nombre de pas Y", true, true},
       {"Command11", "Perforer", "Lancement de la perforation", false, true},
       {"Command12", "Pause", "Suspend ou reprend la perforation", false, true},
@@ -81,6 +83,11 @@ TEST(Model, DefaultsOfTheFieldMap) {
     EXPECT_EQ(e->enabled(), c.enabled) << c.name;
     EXPECT_EQ(e->visible(), c.visible) << c.name;
   }
+  // The captions beside the fields, and frames that carry their buttons.
+  for (auto [name, label] : {std::pair{"affiche_note", "Note perforée"}, {"Poin_B", "Poinçon bas"},
+                             {"Deb_perf_mn", "De"}, {"Text5", "Vitesse Y"}})
+    EXPECT_EQ(m.find(name)->label(), label) << name;
+  for (const char* name : {"Command2", "Command3", "Text4"}) EXPECT_EQ(m.find(name)->parent(), "Frame1") << name;
   EXPECT_EQ(m.Demipas.value(), 1);
   EXPECT_EQ(m.Check2.value(), 1);
   EXPECT_EQ(m.Check3.value(), 1);

@@ -10,15 +10,10 @@
 namespace brivel::gui {
 namespace {
 
+// The window's rows against the model's, compared whole.
 QStringList shown(const QListWidget* w) {
   QStringList out;
   for (int i = 0; i < w->count(); ++i) out << w->item(i)->text();
-  return out;
-}
-
-QStringList model_rows(const Element& e) {
-  QStringList out;
-  for (const std::string& r : e.rows()) out << QString::fromStdString(r);
   return out;
 }
 
@@ -41,7 +36,9 @@ TEST(ListFill, RowsAddedOneByOneShowWholeAndInOrder) {
     e.clear_rows();
     for (int i = 0; i < c.rows; ++i) e.add_row(std::to_string((i * 7919) % c.rows + 100000));
     QApplication::processEvents();
-    EXPECT_EQ(shown(w), model_rows(e));
+    QStringList want;
+    for (const std::string& row : e.rows()) want << QString::fromStdString(row);
+    EXPECT_EQ(shown(w), want);
     EXPECT_LE(refills, 2) << "the whole list redrawn at each row";
     // Emptied, then one row: both seen.
     e.clear_rows();

@@ -1,10 +1,12 @@
 // One QApplication for the whole test program, on whatever platform the
 // environment names (ctest sets QT_QPA_PLATFORM=offscreen).
-#include <QApplication>
-#include <QStyleFactory>
-
-#include <cstdio>
 #include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDir>
+#include <QStyleFactory>
+#include <QWidget>
+#include <cstdio>
 
 namespace {
 
@@ -35,3 +37,16 @@ class QtEnvironment : public ::testing::Environment {
 [[maybe_unused]] ::testing::Environment* const kQtEnv = ::testing::AddGlobalTestEnvironment(new QtEnvironment);
 
 }  // namespace
+
+namespace brivel::gui {
+
+// The window tests' pictures go to BRIVEL_TEST_OUT (the README shows some).
+bool save_picture(QWidget& w, const char* name) {
+  QString dir = qEnvironmentVariable("BRIVEL_TEST_OUT");
+  if (dir.isEmpty()) dir = QDir::temp().absoluteFilePath(QStringLiteral("brivel-test-output"));
+  QDir().mkpath(dir);
+  QApplication::processEvents();
+  return w.grab().save(QDir(dir).absoluteFilePath(QString::fromLatin1(name)), "PNG");
+}
+
+}  // namespace brivel::gui

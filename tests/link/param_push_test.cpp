@@ -69,6 +69,7 @@ TEST(LiveFrames, EachValueFieldHasItsCode) {
 TEST(ChoppedPulses, CheckSendsPwWithTheValueUncheckSendsPwOff) {
   OnMotorPage r;
   auto from = r.mark();
+  const int64_t t0 = r.p.now();
   r.m.valid_pwm.set_value(1);
   EXPECT_TRUE(r.m.dcycle_pwm.enabled());
   EXPECT_EQ(r.m.dcycle_pwm.color(), palette::kWindow);
@@ -76,7 +77,7 @@ TEST(ChoppedPulses, CheckSendsPwWithTheValueUncheckSendsPwOff) {
   EXPECT_FALSE(r.m.dcycle_pwm.enabled());
   EXPECT_EQ(r.m.dcycle_pwm.color(), palette::kMenu);
   r.m.dcycle_pwm.set_text("30");  // disabled: still "off"
-  EXPECT_EQ(r.frame_bytes(from), (std::vector<std::string>{"PW00020\n", "Pwxxxxx\n", "Pwxxxxx\n"}));
+  EXPECT_EQ(r.frames(from), F({{t0, "PW00020\n"}, {t0 + 12, "Pwxxxxx\n"}, {t0 + 24, "Pwxxxxx\n"}}));
 }
 
 TEST(ChoppedPulses, ClickOffAParameterPageDoesNothing) {

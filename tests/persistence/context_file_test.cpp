@@ -14,41 +14,9 @@
 namespace brivel::test {
 namespace {
 
-TEST(ContextText, TwentyNineNotesAndOneFile) {
+TEST(ContextText, NoteStatesByColourTheirEndStepsThenTheChain) {
   SimDesk d;
-  d.s.nom_fichier_set = "Orgue.set";
-  d.s.chemin_midi = "/pieces/Valse.mid";
-  d.s.rang_fichier = 0;
-  d.s.fichiers_restants = 1;
-  d.m.Liste_fichiers.add_row("/pieces/Valse.mid");
-  auto lines = lignes_contexte(d.m, d.s);
-  ASSERT_EQ(lines.size(), 65u);
-  EXPECT_EQ(lines[61], "/pieces/Valse.mid");
-  EXPECT_EQ(lines[62], " 0");
-  EXPECT_EQ(lines[63], " 1");
-  EXPECT_EQ(lines[64], "/pieces/Valse.mid");
-  for (int k = 1; k <= 29; ++k) {
-    EXPECT_EQ(lines[1 + 2 * k], "15") << k;  // all idle
-    EXPECT_EQ(lines[2 + 2 * k], "") << k;
-  }
-}
-
-TEST(ContextText, ChainOfThreeStoppedInTheSecond) {
-  SimDesk d;
-  d.s.rang_fichier = 1;
-  d.s.fichiers_restants = 2;
-  for (const char* f : {"/p/a.mid", "/p/b.mid", "/p/c.mid"}) d.m.Liste_fichiers.add_row(f);
-  auto lines = lignes_contexte(d.m, d.s);
-  ASSERT_EQ(lines.size(), 67u);
-  EXPECT_EQ(lines[62], " 1");
-  EXPECT_EQ(lines[63], " 2");
-  EXPECT_EQ(std::vector<std::string>(lines.begin() + 64, lines.end()),
-            (std::vector<std::string>{"/p/a.mid", "/p/b.mid", "/p/c.mid"}));
-}
-
-TEST(ContextText, NoteStatesByColourAndTheirEndSteps) {
-  SimDesk d;
-  d.m.NBTouches.set_text("4");
+  d.m.NBTouches.set_text("5");
   d.m.compteurXY(1).set_text("1234");
   d.s.compteur_trous = 987;
   d.m.Note(1).set_color(palette::kLightRed);
@@ -57,8 +25,13 @@ TEST(ContextText, NoteStatesByColourAndTheirEndSteps) {
   d.m.Note(3).set_color(palette::kLightGreen);
   d.m.Note(4).set_color(palette::kWhite);
   d.m.Note(4).set_tooltip("x");
-  EXPECT_EQ(lignes_contexte(d.m, d.s), (std::vector<std::string>{"", "1234", "987", "12", " 107", "13", "", "ndef", "",
-                                                                 "15", "x", "", " 0", " 0"}));
+  d.s.chemin_midi = "/p/b.mid";
+  d.s.rang_fichier = 1;
+  d.s.fichiers_restants = 2;
+  for (const char* f : {"/p/a.mid", "/p/b.mid", "/p/c.mid"}) d.m.Liste_fichiers.add_row(f);
+  EXPECT_EQ(lignes_contexte(d.m, d.s),
+            (std::vector<std::string>{"", "1234", "987", "12", " 107", "13", "", "ndef", "", "15", "x", "15", "",
+                                      "/p/b.mid", " 1", " 2", "/p/a.mid", "/p/b.mid", "/p/c.mid"}));
 }
 
 TEST(ContextFile, BytesAreWindows1252WithCrLfAndAFinalEmptyLine) {
@@ -78,11 +51,7 @@ TEST(ContextFile, AutomaticSaveWritesAndRefreshesTheList) {
   EXPECT_FALSE(std::filesystem::exists(d.home + "Perfo_en_cours.sav.tmp"));
   ASSERT_EQ(d.m.File1.count(), 1);
   EXPECT_EQ(d.m.File1.row(0), "Orgue été.set");
-}
-
-TEST(ContextFile, AutomaticSaveInAMissingFolderFailsQuietly) {
-  SimDesk d;
-  d.s.dossier_appli = d.home + "gone/";
+  d.s.dossier_appli = d.home + "gone/";  // a missing folder: fails quietly
   EXPECT_FALSE(sauve_contexte_auto(d.c));
 }
 
@@ -103,19 +72,12 @@ TEST(SaveMenu, AsksWithTheFilterAndStartNameThenWrites) {
   EXPECT_TRUE(d.m.Avance.enabled());
 }
 
-TEST(SaveMenu, CancelWritesNothingAndStillEnablesAvance) {
+TEST(SaveMenu, CancelWritesNothingAndAFailedWriteIsToldOnTheServiceLine) {
   SimDesk d;
   d.m.Sauve_contexte.click();
   EXPECT_EQ(d.p.busy_log(), (std::vector<bool>{false}));
   EXPECT_TRUE(d.m.Avance.enabled());
-  int files = 0;
-  for (auto& e : std::filesystem::directory_iterator(d.home))
-    if (e.is_regular_file()) ++files;
-  EXPECT_EQ(files, 0);
-}
-
-TEST(SaveMenu, FailedWriteIsToldOnTheServiceLine) {
-  SimDesk d;
+  for (const auto& e : std::filesystem::directory_iterator(d.home)) EXPECT_FALSE(e.is_regular_file()) << e.path();
   d.p.sim_dialogs().save_answers.push_back(d.home + "nowhere/x.sav");
   d.m.Sauve_contexte.click();
   EXPECT_EQ(d.m.Label_defautP.text(),

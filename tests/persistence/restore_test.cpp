@@ -43,40 +43,50 @@ struct Desk : SimConsole {
       p.sim_serial().add_port(10, other.get());
     }
   }
-  void instrument_and_piece(const std::string& mid) {
+  std::string write_piece(const std::string& name) {
+    std::ofstream(home + name, std::ios::binary) << piece();
+    return home + name;
+  }
+  // Writes the piece as `name` unless it is there, and opens it.
+  std::string instrument_and_piece(const std::string& name = "piece.mid") {
+    if (!fs::exists(home + name)) write_piece(name);
     p.sim_dialogs().save_answers.push_back(home + "orgue.set");
     m.Sauve_param.click();
     refresh_File1(c);
     m.File1.set_selected(0);
     m.File1.click();
-    p.sim_dialogs().open_answers.push_back(mid);
+    p.sim_dialogs().open_answers.push_back(home + name);
     m.Ouvre_midi.click();
+    return home + name;
   }
-  std::vector<Hole> holes_of(const BoardModel& b) const {
-    std::vector<Hole> h;
-    for (const auto& x : b.holes()) h.push_back({x.x_steps, x.y_steps});
-    return h;
+  void restore(const std::string& file) {
+    p.sim_dialogs().open_answers.push_back(file);
+    m.Restitue_contexte.click();
   }
   std::unique_ptr<BoardPeer> other;
 };
 
-std::vector<Hole> uninterrupted(const std::string& mid) {
+std::vector<Hole> holes_of(const BoardModel& b) {
+  std::vector<Hole> h;
+  for (const auto& x : b.holes()) h.push_back({x.x_steps, x.y_steps});
+  return h;
+}
+
+std::vector<Hole> uninterrupted() {
   Desk d;
-  d.instrument_and_piece(mid);
+  d.instrument_and_piece();
   d.m.Command11.click();
-  return d.holes_of(d.board);
+  return holes_of(d.board);
 }
 
 TEST(Restore, TheRunResumedOnTheStepAfterAnEventPutsEveryHoleInPlace) {
   Desk first;
-  const std::string mid = first.home + "piece.mid";
-  std::ofstream(mid, std::ios::binary) << piece();
-  const auto reference = uninterrupted(mid);
+  const auto reference = uninterrupted();
   ASSERT_GT(reference.size(), 15u);
 
   // The program stops (killed) at the hole of step 116: the context written
   // after that step's Y move holds 116.
-  first.instrument_and_piece(mid);
+  first.instrument_and_piece();
   first.m.subscribe([&](Element& e, Prop prop) {
     if (&e == &first.m.LabelY && prop == Prop::Text && e.text() == "116")
       first.p.at(first.p.now() + 40, [&] { first.p.terminate_now(); });
@@ -93,8 +103,7 @@ TEST(Restore, TheRunResumedOnTheStepAfterAnEventPutsEveryHoleInPlace) {
     fs::copy_file(first.home + f, second.home + f, fs::copy_options::overwrite_existing);
   second.p.at(first.p.now(), [] {});
   while (second.p.now() < first.p.now()) second.p.turn();
-  second.p.sim_dialogs().open_answers.push_back(second.home + kContexteAuto);
-  second.m.Restitue_contexte.click();
+  second.restore(second.home + kContexteAuto);
   ASSERT_TRUE(second.m.Command11.enabled()) << second.m.Label_defautP.text();
   // The fields as the restore fills them: floor(116 x 13.8333) = 1604,
   // which gives back step 115, where note 67 has a hole too.
@@ -110,7 +119,7 @@ TEST(Restore, TheRunResumedOnTheStepAfterAnEventPutsEveryHoleInPlace) {
 
   // Every hole of the uninterrupted run, and none elsewhere: the hole of
   // step 116 made before the stop is made again at its own place.
-  const auto got = first.holes_of(first.board);
+  const auto got = holes_of(first.board);
   const std::set<Hole> want(reference.begin(), reference.end());
   EXPECT_EQ(std::set<Hole>(got.begin(), got.end()), want);
   EXPECT_LE(got.size() - reference.size(), 1u);  // at most the hole of 116
@@ -119,17 +128,14 @@ TEST(Restore, TheRunResumedOnTheStepAfterAnEventPutsEveryHoleInPlace) {
 TEST(Restore, AYMoveUnderWayIsPutToTheOperator) {
   for (BoxAnswer answer : {BoxAnswer::Yes, BoxAnswer::No}) {
     Desk d;
-    const std::string mid = d.home + "piece.mid";
-    std::ofstream(mid, std::ios::binary) << piece();
-    d.instrument_and_piece(mid);
+    d.instrument_and_piece();
     d.s.avance_Y_en_cours = RunState::AvanceY{147, 150};
     d.m.LabelY.set_text("147");
     ASSERT_TRUE(sauve_contexte_auto(d.c));
     EXPECT_NE(d.read_file(kContexteAuto).find("\r\n\r\navance_Y_en_cours 147 150\r\n\r\n"), std::string::npos);
     d.s.avance_Y_en_cours.reset();
-    d.p.sim_dialogs().open_answers.push_back(d.home + kContexteAuto);
     d.p.sim_dialogs().box_answers.push_back(answer);
-    d.m.Restitue_contexte.click();
+    d.restore(d.home + kContexteAuto);
     ASSERT_EQ(d.p.sim_dialogs().boxes.size(), 1u);
     EXPECT_NE(d.p.sim_dialogs().boxes[0].find("du pas 147 au pas 150"), std::string::npos);
     const int y = answer == BoxAnswer::Yes ? 150 : 147;
@@ -140,9 +146,7 @@ TEST(Restore, AYMoveUnderWayIsPutToTheOperator) {
 
 TEST(Restore, FailuresNameTheFileAndTheLineAndOfferNoRun) {
   Desk d;
-  const std::string mid = d.home + "piece.mid";
-  std::ofstream(mid, std::ios::binary) << piece();
-  d.instrument_and_piece(mid);
+  d.instrument_and_piece();
   ASSERT_TRUE(sauve_contexte_auto(d.c));
   Lines good = split_cp1252_lines(d.read_file(kContexteAuto));
   const std::string sav = d.home + "c.sav";
@@ -163,8 +167,7 @@ TEST(Restore, FailuresNameTheFileAndTheLineAndOfferNoRun) {
     c.edit(l);
     std::ofstream(sav, std::ios::binary) << texte_fichier(l);
     d.s.reprise_contexte = false;
-    d.p.sim_dialogs().open_answers.push_back(sav);
-    d.m.Restitue_contexte.click();
+    d.restore(sav);
     const std::string said = d.m.Label_defautP.text();
     EXPECT_EQ(said.rfind("Contexte non restitué : " + sav + " : ", 0), 0u) << c.what << ": " << said;
     EXPECT_NE(said.find(c.says), std::string::npos) << c.what << ": " << said;
@@ -178,12 +181,7 @@ TEST(Restore, FailuresNameTheFileAndTheLineAndOfferNoRun) {
 
 TEST(Restore, AChainStoppedInTheSecondOfThreeFilesGoesOnToTheThird) {
   Desk d;
-  Lines files;
-  for (const char* n : {"a.mid", "b.mid", "c.mid"}) {
-    files.push_back(d.home + n);
-    std::ofstream(files.back(), std::ios::binary) << piece();
-  }
-  d.instrument_and_piece(files[0]);
+  const Lines files{d.instrument_and_piece("a.mid"), d.write_piece("b.mid"), d.write_piece("c.mid")};
   d.m.Liste_fichiers.set_rows(files);
   d.s.rang_fichier = 1;
   d.s.fichiers_restants = 2;
@@ -191,8 +189,7 @@ TEST(Restore, AChainStoppedInTheSecondOfThreeFilesGoesOnToTheThird) {
   d.m.LabelY.set_text("0");
   ASSERT_TRUE(sauve_contexte_auto(d.c));
   d.m.Liste_fichiers.set_rows({"something else"});
-  d.p.sim_dialogs().open_answers.push_back(d.home + kContexteAuto);
-  d.m.Restitue_contexte.click();
+  d.restore(d.home + kContexteAuto);
   EXPECT_EQ(d.m.Liste_fichiers.rows(), files);
   EXPECT_EQ(d.m.Text7.text(), "0");
   d.m.Command11.click();
