@@ -44,14 +44,17 @@ TEST(Origin, SearchAndReRegistration) {
     r.s.mesure_origine = k.mesure;
     r.peer.queue(k.demipas ? "oR" : "OR", k.reply);
     if (*k.count) r.peer.after_lf(k.count);
-    std::vector<std::string> shown;
+    std::vector<std::string> shown, said;
     r.m.subscribe([&](Element& e, Prop p) {
       if (&e == &r.m.LabelX && p == Prop::Text) shown.push_back(e.text());
+      if (&e == &r.m.Label_defautP && p == Prop::Text) said.push_back(e.text());
     });
     const auto from = r.mark();
     recherche_origine(r.c);
     EXPECT_EQ(r.frame_bytes(from), k.frames) << k.what;
     EXPECT_EQ(shown, k.labelx) << k.what;
+    ASSERT_FALSE(said.empty());
+    EXPECT_EQ(said.front(), k.recalage ? "Recalage par rapport à l'origine" : "Recherche de l'origine") << k.what;
     EXPECT_FALSE(r.s.recalage_demande) << k.what;
     EXPECT_EQ(r.s.mesure_origine, 0) << k.what;
     EXPECT_EQ(r.m.Label_defautP.text(), "Perforation en cours") << k.what;
