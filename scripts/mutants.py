@@ -421,6 +421,8 @@ def main():
             path.write_text(original, encoding="utf-8")
 
     write_report(report, results, args, time.monotonic() - started)
+    if args.all:
+        write_test_table(report.with_suffix(".tests.txt"), results, bdir, programs)
     print(report.read_text().split("\n\n")[0])
     if args.against:
         lost = lost_kills(json.loads(Path(args.against).read_text()), results)
@@ -429,6 +431,32 @@ def main():
             print(f"  {r['file']}:{r['line']}: {r['kind']}: {r['after']}  (was killed by {r.get('tests') or r.get('by')})")
         return 1 if lost else 0
     return 0
+
+
+def write_test_table(path: Path, results, build_dir: Path, programs):
+    """Per test: the sampled mutants it kills, and those only it kills. A
+    test at 0 kills nothing of this sample, which a small sample doesn't
+    make worthless."""
+    kills, sole = defaultdict(set), defaultdict(set)
+    for i, r in enumerate(results):
+        if r["outcome"] in ("killed", "timeout"):
+            for t in r.get("tests", []):
+                kills[t].add(i)
+            if len(r.get("tests", [])) == 1:
+                sole[r["tests"][0]].add(i)
+    names = []
+    for p in programs:
+        out = subprocess.run([str(program_path(build_dir, p)), "--gtest_list_tests"], capture_output=True, text=True,
+                             env=dict(os.environ, QT_QPA_PLATFORM="offscreen")).stdout
+        suite = ""
+        for line in out.splitlines():
+            if not line.startswith(" "):
+                suite = line.strip().rstrip(".")
+            elif line.strip():
+                names.append(f"{p}:{suite}.{line.split()[0]}")
+    rows = sorted(names, key=lambda t: (-len(sole[t]), -len(kills[t]), t))
+    path.write_text("kills  only  test\n" + "".join(f"{len(kills[t]):5d} {len(sole[t]):5d}  {t}\n" for t in rows),
+                    encoding="utf-8")
 
 
 def lost_kills(before, now):
