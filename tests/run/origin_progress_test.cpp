@@ -1,5 +1,4 @@
-// The origin search on a scripted line, the progress observers and the
-// deferred start.
+// The origin search, the progress observers and the deferred start.
 #include <gtest/gtest.h>
 
 #include "run/engine/deferred.h"
@@ -19,10 +18,8 @@ TEST(Origin, SearchAndReRegistration) {
     int16_t x_before;
     bool sens_before;
     int16_t mesure;
-    const char* reply;       // to the search frame
-    const char* count;       // after the bare line feed, for "D"
-    std::vector<std::string> frames;
-    std::vector<std::string> labelx;  // texts LabelX showed
+    const char *reply, *count;             // to the search frame; after the bare line feed, for "D"
+    std::vector<std::string> frames, labelx;  // LabelX: each text it showed
   } cases[] = {
       {"re-registration on the edge keeps the last direction", 0, true, 220, false, 0, "A", "",
        {"ORxxxxx\n", "Mx00000\n"}, {"220"}},
@@ -84,15 +81,11 @@ TEST(Origin, ReadinessIsAskedUntilTheBoardSaysYes) {
 }
 
 TEST(Progress, TimeAndLengthPictures) {
-  struct Case {
-    double ms;
-    const char* time;
-  } times[] = {{0, "0 mn 00 s"}, {187000, "3 mn 07 s"}, {599999, "9 mn 59 s"}, {600000, "10 mn 00 s"},
-               {760000, "12 mn 40 s"}};
-  for (const auto& k : times) EXPECT_EQ(texte_temps(k.ms), k.time) << k.ms;
-  EXPECT_EQ(texte_longueur(0.83), "0.830 m");
-  EXPECT_EQ(texte_longueur(10), "10.000 m");
-  EXPECT_EQ(texte_longueur(12.45), "12.450 m");
+  for (auto [ms, text] : {std::pair{0.0, "0 mn 00 s"}, {187000.0, "3 mn 07 s"}, {599999.0, "9 mn 59 s"},
+                         {600000.0, "10 mn 00 s"}, {760000.0, "12 mn 40 s"}})
+    EXPECT_EQ(texte_temps(ms), text) << ms;
+  for (auto [m, text] : {std::pair{0.83, "0.830 m"}, {10.0, "10.000 m"}, {12.45, "12.450 m"}})
+    EXPECT_EQ(texte_longueur(m), text);
 
   LinkRig r;
   r.s.ms_par_pas = 10;
@@ -121,10 +114,10 @@ TEST(Deferred, ReadingATimeOfDay) {
 TEST(Deferred, StartsAtTheFirstTickAfterItsTime) {
   struct Case {
     const char* what;
-    int now_s;                           // time of day when the box opens
-    std::optional<std::string> answer;   // nullopt: the box cancelled; "=": the default
+    int now_s;                          // time of day when the box opens
+    std::optional<std::string> answer;  // nullopt: the box cancelled; "=": the default
     bool armed;
-    int64_t starts_within_ms;            // -1: never
+    int64_t starts_within_ms;  // -1: never
     const char* service;
   } cases[] = {
       {"default answer: at once", 12 * 3600, "=", false, 0, nullptr},

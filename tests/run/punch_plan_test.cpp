@@ -1,5 +1,4 @@
-// The plan of a run and the remaining time counted on it, against holes and
-// frames worked out by hand.
+// The plan of a run and the remaining time counted on it, against holes worked out by hand.
 #include "run/engine/punch_plan.h"
 
 #include <gtest/gtest.h>
@@ -9,38 +8,25 @@
 namespace brivel::test {
 namespace {
 
-std::string note_row(int step, int note, int end) {
+template <class... A>
+std::string row(const char* format, A... a) {
   char b[40];
-  std::snprintf(b, sizeof b, "%07d %05d NOTE %07d", step, note, end);
+  std::snprintf(b, sizeof b, format, a...);
   return b;
 }
-std::string ntof_row(int step, int note) {
-  char b[40];
-  std::snprintf(b, sizeof b, "%07d %05d NTOF ", step, note);
-  return b;
-}
-std::string pasy_row(int step) {
-  char b[40];
-  std::snprintf(b, sizeof b, "%07d ##### PASY", step);
-  return b;
-}
+std::string note_row(int step, int note, int end) { return row("%07d %05d NOTE %07d", step, note, end); }
+std::string ntof_row(int step, int note) { return row("%07d %05d NTOF ", step, note); }
+std::string pasy_row(int step) { return row("%07d ##### PASY", step); }
 
-// The piece of the run-engine tests: a held note 60 from 74 to 107, a chord
-// of 62 and 64 from 147 to 151, a short note 65 at 219; the default scale,
-// punch of 3 steps (the counter starts at 2), the head at 220 after the
-// origin search.
+// The piece of the run-engine tests: note 60 held from 74 to 107, a chord of 62 and 64 from 147 to 151, a short
+// note 65 at 219; the default scale, punch of 3 steps (the counter starts at 2), the head at 220 after the origin
+// search.
 PlanInput piece() {
   PlanInput in;
-  in.rows.push_back(note_row(74, 60, 107));
+  in.rows = {note_row(74, 60, 107)};
   for (int s = 77; s <= 104; s += 3) in.rows.push_back(pasy_row(s));
-  in.rows.push_back(ntof_row(107, 60));
-  in.rows.push_back(note_row(147, 62, 151));
-  in.rows.push_back(note_row(147, 64, 151));
-  in.rows.push_back(pasy_row(150));
-  in.rows.push_back(ntof_row(151, 62));
-  in.rows.push_back(ntof_row(151, 64));
-  in.rows.push_back(note_row(219, 65, 219));
-  in.rows.push_back(ntof_row(219, 65));
+  in.rows.insert(in.rows.end(), {ntof_row(107, 60), note_row(147, 62, 151), note_row(147, 64, 151), pasy_row(150),
+                                 ntof_row(151, 62), ntof_row(151, 64), note_row(219, 65, 219), ntof_row(219, 65)});
   in.notes = {57, 48, 50, 53, 55, 60, 62, 64, 65, 66};
   in.positions = {25, 42, 58, 75, 91, 108, 125, 141, 158, 175};
   in.first_y = 2;
@@ -68,17 +54,11 @@ TEST(PunchPlan, HolesAndWorkOfTheHandWorkedPiece) {
   // 147 upwards, PASY 150 downwards, 151 upwards, 219.
   for (auto h : Holes{{147, 7}, {147, 8}, {150, 8}, {150, 7}, {151, 7}, {151, 8}, {219, 9}}) whole.push_back(h);
   const Case cases[] = {
-      // Y: 16 moves, 217 steps from 2 to 219. X: 220 to 108, then 17, 16,
-      // 16 (150 down), 16 (151 up) and 17 to note 65.
+      // Y: 16 moves, 217 steps from 2 to 219. X: 220 to 108, then 17, 16, 16 (150 down), 16 (151 up), 17.
       {"whole piece", 0, 1e9, whole, {16, 217, 19, 194, 19}},
-      // From 100: note 60 is on by then and gets 101, 104, 107; the short
-      // note at 219 is past the end and goes idle without a hole. The
-      // sweep directions follow the rows before the start all the same:
-      // 147 still goes upwards.
-      {"bounds 100 to 150",
-       100,
-       150,
-       {{101, 6}, {104, 6}, {107, 6}, {147, 7}, {147, 8}, {150, 8}, {150, 7}},
+      // Note 60 is on by 100 and gets 101 to 107; 219 is past the end. The sweeps still follow the rows before the
+      // start: 147 goes upwards.
+      {"bounds 100 to 150", 100, 150, {{101, 6}, {104, 6}, {107, 6}, {147, 7}, {147, 8}, {150, 8}, {150, 7}},
        {5, 3 + 3 + 3 + 40 + 3, 7, 112 + 17 + 16 + 0 + 16, 7}},
       // The PASY sweep at 150 runs downwards here too: 220 to 141, then 16.
       {"bounds on one step with events", 150, 150, {{150, 8}, {150, 7}}, {1, 3, 2, 79 + 16, 2}},
@@ -99,8 +79,7 @@ TEST(PunchPlan, HolesAndWorkOfTheHandWorkedPiece) {
 
 TEST(PunchPlan, WorkFromARowIsWhatTheLaterRowsCost) {
   const PunchPlan p = plan_punch(piece());
-  // From the chord at 147 (row 12): Y 40 + 3 + 1 + 68 in 4 moves; X 17 +
-  // 16 + 0 + 16 + 0 + 16 + 17 in 7 holes.
+  // From the chord at 147 (row 12): Y 40 + 3 + 1 + 68 in 4 moves; X 17 + 16 + 0 + 16 + 0 + 16 + 17 in 7 holes.
   EXPECT_EQ(p.work_from_row[12], (MachineWork{4, 112, 7, 82, 7}));
   // The group's second row and the closing rows add nothing of their own.
   EXPECT_EQ(p.work_from_row[13], p.work_from_row[14]);
@@ -142,20 +121,15 @@ TEST(RemainingTime, WorkAndPaceCorrection) {
     SCOPED_TRACE(c.name);
     EXPECT_DOUBLE_EQ(remaining_ms(rest, c.done, c.elapsed, pace), c.expected);
   }
-  // Two later files of a chain, each fed 100 steps (1 move: 400 + 25 ms)
-  // first and set up in 3 s, at 2 ms of line a frame: (110 + 425 + 3000
-  // + 4 frames x 2) + (305 + 425 + 3000 + 9 frames x 2).
+  // Two later files of a chain, each fed 100 steps (1 move: 400 + 25 ms) and set up in 3 s, at 2 ms of line a
+  // frame: (110 + 425 + 3000 + 4 frames x 2) + (305 + 425 + 3000 + 9 frames x 2).
   EXPECT_DOUBLE_EQ(chain_rest_ms({rest, done}, {1, 100, 0, 0, 0}, 3000, 2, pace), 3543 + 3748);
   EXPECT_DOUBLE_EQ(chain_rest_ms({}, {1, 100, 0, 0, 0}, 3000, 2, pace), 0);
 }
 
 TEST(RemainingTime, Texts) {
-  const std::pair<double, const char*> cases[] = {{0, "0 s"},
-                                                  {1, "1 s"},
-                                                  {59000, "59 s"},
-                                                  {59001, "1 mn 00 s"},
-                                                  {754000, "12 mn 34 s"},
-                                                  {3599001, "1 h 00 mn"},
+  const std::pair<double, const char*> cases[] = {{0, "0 s"},          {1, "1 s"},           {59000, "59 s"},
+                                                  {59001, "1 mn 00 s"}, {754000, "12 mn 34 s"}, {3599001, "1 h 00 mn"},
                                                   {3900000, "1 h 05 mn"}};
   for (auto [ms, text] : cases) EXPECT_EQ(texte_duree(ms), text) << ms;
 }

@@ -1,11 +1,9 @@
-// The punch run on the simulated line with the board model: frames, holes,
-// note states, bounds, faults, pause and chains.
+// The punch run on the simulated line with the board model.
 #include "run/engine/run_engine.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <set>
@@ -18,15 +16,12 @@ namespace {
 using Holes = std::vector<std::pair<int, int>>;
 using Strings = std::vector<std::string>;
 
-// A held note (60, rows 74 to 107 with PASY rows every 3 steps), a chord of
-// two short notes (62 and 64, rows 147 to 151 with one PASY at 150), and a
-// note no longer than the punch (65, on and off at step 219). The default
-// console: 0.83 mm a Y step, 10 motor steps each, punch 3 steps, half-step X.
+// A held note (60, rows 74 to 107, PASY every 3 steps), a chord of 62 and 64 (rows 147 to 151, PASY at 150),
+// and a note no longer than the punch (65 at 219). Default console: 10 motor steps a Y step, punch 3, half-step X.
 const std::string kPiece = fichier_evenements(
     {note_line(1000, 60, 500), note_line(2000, 62, 100), note_line(2000, 64, 100), note_line(3000, 65, 0)}, 3100);
 
-// The holes of an uninterrupted run, worked out by hand: X is the note's
-// position, Y (motor steps) the row's step less the half punch (2), times 10.
+// The holes of an uninterrupted run: X the note's position, Y (motor steps) the row's step less 2, times 10.
 Holes reference_holes() {
   Holes h;
   for (int y = 74; y <= 107; y += 3) h.push_back({108, (y - 2) * 10});
@@ -36,6 +31,13 @@ Holes reference_holes() {
   h.push_back({158, (219 - 2) * 10});
   return h;
 }
+
+Holes sorted(Holes h) {
+  std::sort(h.begin(), h.end());
+  return h;
+}
+
+int count_of(const Strings& f, const char* frame) { return static_cast<int>(std::count(f.begin(), f.end(), frame)); }
 
 Holes minus(Holes a, const Holes& b) {
   for (const auto& x : b) {
@@ -61,29 +63,22 @@ TEST(RunEngine, HandWorkedPieceFrameByFrame) {
   EXPECT_EQ(seen[11], std::make_tuple(kEtatFermant, kEtatRepos, std::string()));  // NTOF at 107
   EXPECT_EQ(seen[12], std::make_tuple(kEtatRepos, kEtatActif, std::string()));
   EXPECT_EQ(seen[16], std::make_tuple(kEtatRepos, kEtatFermant, std::string()));
-  // Set-up: working sequence, readiness (first run), origin search with its
-  // counted reply, then one MY per step, X and Z per hole. The head comes
-  // from the card's edge (220) to note 60 (108).
+  // Working sequence, readiness, origin search with its counted reply, then MY per step, X and Z per hole; the
+  // head comes from the card's edge (220) to note 60 (108).
   Strings expected = {"AGxxxxx\n", "ONxxxxx\n", "oRxxxxx\n", "\n", "\n", "MY00720\n", "mx00112\n", "CZxxxxx\n"};
-  for (int i = 0; i < 11; ++i)
-    for (const char* f : {"MY00030\n", "mx00000\n", "CZxxxxx\n"}) expected.push_back(f);
-  for (const char* f : {"MY00400\n", "mX00017\n", "CZxxxxx\n", "mX00016\n", "CZxxxxx\n",  // 147 up
-                        "MY00030\n", "mx00000\n", "CZxxxxx\n", "mx00016\n", "CZxxxxx\n",  // 150 down
-                        "MY00010\n", "mx00000\n", "CZxxxxx\n", "mX00016\n", "CZxxxxx\n",  // 151 up
-                        "MY00680\n", "mX00017\n", "CZxxxxx\n", "ZGxxxxx\n"})
-    expected.push_back(f);
+  for (int i = 0; i < 11; ++i) expected.insert(expected.end(), {"MY00030\n", "mx00000\n", "CZxxxxx\n"});
+  expected.insert(expected.end(), {"MY00400\n", "mX00017\n", "CZxxxxx\n", "mX00016\n", "CZxxxxx\n",  // 147 up
+                                   "MY00030\n", "mx00000\n", "CZxxxxx\n", "mx00016\n", "CZxxxxx\n",  // 150 down
+                                   "MY00010\n", "mx00000\n", "CZxxxxx\n", "mX00016\n", "CZxxxxx\n",  // 151 up
+                                   "MY00680\n", "mX00017\n", "CZxxxxx\n", "ZGxxxxx\n"});
   EXPECT_EQ(r.frame_bytes(from), expected);
   EXPECT_EQ(r.holes(), reference_holes());
   EXPECT_EQ(r.s.compteur_trous, 19);
-  EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée");
   EXPECT_EQ(r.m.Label_defaut.text(), "Perforation terminée");
-  // The end step is the last row's: 219, shown with the half punch (3 steps).
-  EXPECT_EQ(r.m.LabelY.text(), "219");
+  EXPECT_EQ(r.m.LabelY.text(), "219");  // the last row's step
   EXPECT_EQ(r.m.compteurXY(2).text(), "0 mn 03 s");
   EXPECT_EQ(r.m.gauge1.value(), r.m.List3.count());
   for (int k = 1; k <= 29; ++k) EXPECT_EQ(r.m.Note(k).color(), kEtatRepos) << k;
-  EXPECT_FALSE(r.m.Command12.enabled());
-  EXPECT_FALSE(r.m.Command11.enabled());
   EXPECT_TRUE(r.m.Avance.enabled());
   EXPECT_TRUE(r.m.nb_trou.visible());
   EXPECT_TRUE(r.s.perforation_lancee);
@@ -92,72 +87,58 @@ TEST(RunEngine, HandWorkedPieceFrameByFrame) {
 TEST(RunEngine, ARestrikeInsideAHeldNoteAndOneNoteOnTwoTracks) {
   PunchRig r;
   r.m.Note(29).set_text("60");  // the last track (position 490) doubles track 6 (108)
-  // 60 held from 1 s to 1.5 s, struck again at 1.1 s for 0.1 s: the short
-  // note's end must not close the long one.
+  // 60 held from 1 s to 1.5 s, struck again at 1.1 s for 0.1 s: the short note's end must not close the long one.
   ASSERT_TRUE(r.load(fichier_evenements({note_line(1000, 60, 500), note_line(1100, 60, 100)}, 1500)));
   r.punch();
-  // The long note sounds at every step of the list from 74 to 107, the
-  // restrike's rows included, once on each of its two tracks.
+  // The long note sounds at every listed step from 74 to 107, on each of its two tracks.
   std::set<int> steps;
   for (const auto& row : r.m.List3.rows()) steps.insert(std::stoi(row.substr(0, 7)));
   Holes want;
   for (int y : steps)
     for (int x : {108, 490})
       if (y >= 74 && y <= 107) want.push_back({x, (y - 2) * 10});
-  Holes got = r.holes();
-  std::sort(got.begin(), got.end());
-  std::sort(want.begin(), want.end());
-  EXPECT_EQ(got, want);
+  EXPECT_EQ(sorted(r.holes()), sorted(want));
 }
 
 TEST(RunEngine, BoundsAndTheirErrors) {
   struct Case {
     const char* what;
-    const char *deb_mn, *deb_sec, *fin_mn, *fin_sec;  // nullptr: as the opening left it
+    const char *deb_sec, *fin_sec;  // nullptr: as the opening left them
     std::string service;
     Holes holes;
   } cases[] = {
-      // 1.2 s is step 86 (floor), 1.4 s step 101 (half to even): the held
-      // note was on before the start and is punched from its first row in
-      // bounds, the PASY rows 86 to 101. The card doesn't move before: its
-      // first move is the 3 steps from row 83 to row 86.
-      {"start after the first notes", "0", "1.2", "0", "1.4", "Perforation terminée",
+      // 1.2 s is step 86 (floor), 1.4 s step 101 (half to even): the held note, on before the start, is punched
+      // at the PASY rows 86 to 101; the card's first move is the 3 steps from row 83 to row 86.
+      {"start after the first notes", "1.2", "1.4", "Perforation terminée",
        {{108, 30}, {108, 60}, {108, 90}, {108, 120}, {108, 150}, {108, 180}}},
-      {"start and end on one step", "0", "1", "0", "1", "Perforation terminée", {}},
-      {"end left at the piece's end", nullptr, nullptr, nullptr, nullptr, "Perforation terminée", reference_holes()},
-      {"start after end", "0", "2", "0", "1", "Erreur de définition des bornes de perforation", {}},
-      {"end beyond the piece", "0", "0", "0", "4", "Borne de fin au-delà de la durée du morceau", {}},
+      {"start and end on one step", "1", "1", "Perforation terminée", {}},
+      {"end left at the piece's end", nullptr, nullptr, "Perforation terminée", reference_holes()},
+      {"start after end", "2", "1", "Erreur de définition des bornes de perforation", {}},
+      {"end beyond the piece", "0", "4", "Borne de fin au-delà de la durée du morceau", {}},
   };
   for (const auto& k : cases) {
     PunchRig r;
     ASSERT_TRUE(r.load(kPiece));
-    if (k.deb_mn) {
-      r.m.Deb_perf_mn.set_text(k.deb_mn);
+    if (k.deb_sec) {
+      r.m.Deb_perf_mn.set_text("0");
       r.m.Deb_perf_sec.set_text(k.deb_sec);
-      r.m.Fin_perf_mn.set_text(k.fin_mn);
+      r.m.Fin_perf_mn.set_text("0");
       r.m.Fin_perf_sec.set_text(k.fin_sec);
     }
     const auto from = r.mark();
     r.punch();
     EXPECT_EQ(r.m.Label_defautP.text(), k.service) << k.what;
-    Holes got = r.holes();
-    std::sort(got.begin(), got.end());
-    Holes want = k.holes;
-    std::sort(want.begin(), want.end());
-    EXPECT_EQ(got, want) << k.what;
-    if (k.service != "Perforation terminée") {
-      EXPECT_EQ(r.frame_bytes(from), Strings{"ZGxxxxx\n"}) << k.what;
-      EXPECT_TRUE(r.m.Command11.enabled()) << k.what;
+    EXPECT_EQ(sorted(r.holes()), sorted(k.holes)) << k.what;
+    const bool ok = k.service == "Perforation terminée";
+    EXPECT_EQ(r.m.Command11.enabled(), !ok) << k.what;
+    const Strings f = r.frame_bytes(from);
+    if (!ok) {
+      EXPECT_EQ(f, Strings{"ZGxxxxx\n"}) << k.what;
       EXPECT_FALSE(r.s.perforation_lancee) << k.what;
-    } else {
-      // Nothing moves before the start step: the first Y frame reaches it.
-      EXPECT_FALSE(r.m.Command11.enabled()) << k.what;
-      if (!k.holes.empty()) {
-        const Strings f = r.frame_bytes(from);
-        auto my = std::find_if(f.begin(), f.end(), [](const std::string& s) { return s.rfind("MY", 0) == 0; });
-        ASSERT_NE(my, f.end());
-        EXPECT_EQ(*my, k.holes.front().second == 30 ? "MY00030\n" : "MY00720\n") << k.what;
-      }
+    } else if (!k.holes.empty()) {  // nothing moves before the start step: the first Y frame reaches it
+      auto my = std::find_if(f.begin(), f.end(), [](const std::string& s) { return s.rfind("MY", 0) == 0; });
+      ASSERT_NE(my, f.end());
+      EXPECT_EQ(*my, k.holes.front().second == 30 ? "MY00030\n" : "MY00720\n") << k.what;
     }
   }
 }
@@ -198,12 +179,9 @@ TEST(RunEngine, EveryFaultThenContinuer) {
     Holes extra;      // holes beyond the reference run
     int y_short = 0;  // motor steps the card stays short from the 3rd Y move on
   } cases[] = {
-      // The board refuses the 3rd Y move: Y is not repaired, so the rest of
-      // the card stays 30 steps short; the hole there is punched again.
+      // A refused 3rd Y move is not repaired: the rest of the card stays 30 steps short, its hole punched again.
       {"B MY 3", "Erreur repos poinçon - Contexte sauvegardé", 1, {{108, 750}}, 30},
-      // A refused X move punches where the head stood (here the card's
-      // edge, where the origin search left it), then the re-registration
-      // repeats the hole at its place.
+      // A refused X move punches where the head stood (the card's edge), then re-registers and repeats the hole.
       {"B mx 1", "Erreur repos poinçon - Contexte sauvegardé", 1, {{220, 720}}},
       {"C CZ 3", "Erreur cycle de perforation - Contexte sauvegardé", 1, {}},
       {"silence CZ 3", "Non réponse poinçon - Contexte sauvegardé", 1, {}},
@@ -211,11 +189,9 @@ TEST(RunEngine, EveryFaultThenContinuer) {
       {"D mx 3 4", "Perte d'origine :  4 pas - Contexte sauvegardé", 0, {{108, 780}}},
       {"D mx 1 40", "Perte d'origine :  40 pas - Contexte sauvegardé", 1, {{148, 720}}},
       {"refuse ON 2", "Calage origine impossible. Machine en marche?", 0, {}},
-      // The 1st ON is the readiness question, the 2nd the first "Continuer":
-      // answered no, the run stays suspended until the operator asks again.
+      // The 2nd ON is the first "Continuer": answered no, the run stays suspended until asked again.
       {"B ON 2\nC CZ 2", "Résoudre le défaut avant de Continuer", 2, {}},
-      // A board that never answers the readiness question: its time runs
-      // out once, the run suspends at its first hole instead of asking for ever.
+      // No answer to the readiness question: its time runs out once, the run suspends at its first hole.
       {"silence ON 1", "Pas de réponse de la machine - Contexte sauvegardé", 1, {{108, 720}}},
   };
   for (const auto& k : cases) {
@@ -239,12 +215,9 @@ TEST(RunEngine, EveryFaultThenContinuer) {
 TEST(RunEngine, PauseTakesEffectAtTheNextHole) {
   struct Case {
     const char* what;
-    int after_line;    // the clicks come when the gauge reaches this line
-    int clicks;
+    int after_line, clicks;  // the clicks come when the gauge reaches this line
     bool simulation;
-    int on_frames;     // "ONxxxxx" beyond the readiness question
-    int holes;         // recorded by the board
-    int cycles;        // compteur_trous
+    int on_frames, holes, cycles;  // "ONxxxxx" beyond the readiness question, board's holes, compteur_trous
     int16_t etat_pause_after;
   } cases[] = {
       // "Continuer" asks the board once; the run doesn't re-register.
@@ -267,8 +240,7 @@ TEST(RunEngine, PauseTakesEffectAtTheNextHole) {
     });
     const auto from = r.mark();
     r.punch();
-    const Strings f = r.frame_bytes(from);
-    EXPECT_EQ(std::count(f.begin(), f.end(), "ONxxxxx\n"), 1 + k.on_frames) << k.what;
+    EXPECT_EQ(count_of(r.frame_bytes(from), "ONxxxxx\n"), 1 + k.on_frames) << k.what;
     EXPECT_EQ(static_cast<int>(r.holes().size()), k.holes) << k.what;
     EXPECT_EQ(r.s.compteur_trous, k.cycles) << k.what;
     EXPECT_EQ(r.s.etat_pause, k.etat_pause_after) << k.what;
@@ -279,17 +251,15 @@ TEST(RunEngine, PauseTakesEffectAtTheNextHole) {
 }
 
 TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
-  // The operator pauses at the 4th row of the held note (Y 840), works the
-  // machine by hand on the motor page, goes back and clicks "Continuer".
-  // The run brings the head back to the hole's X before it punches it again.
+  // A pause at the 4th row of the held note (Y 840), work by hand on the motor page, then "Continuer": the run
+  // brings the head back to the hole before it punches it again.
   const int y_hole = 840;
   struct Case {
     const char* what;
     std::function<void(PunchRig&)> hands;
     std::optional<BoxAnswer> card_back;  // the question about the card, if asked
-    Holes extra;    // holes beyond the reference run and its repeated hole
-    int y_shift;    // motor steps later holes stand further down the card
-    int hand_holes;
+    Holes extra;              // holes beyond the reference run and its repeated hole
+    int y_shift, hand_holes;  // motor steps later holes stand further down the card
   } cases[] = {
       {"X+ 100 by hand", [](PunchRig& r) { r.m.nb_PasX.set_text("100"); r.m.CommandeX_P.operator_click(); },
        std::nullopt, {}, 0, 0},
@@ -334,24 +304,16 @@ TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
       if (h.second > y_hole) h.second += k.y_shift;
     want.push_back({108, y_hole + k.y_shift});  // the hole where the run stood, once more
     for (const auto& h : k.extra) want.push_back(h);
-    std::sort(want.begin(), want.end());
-    Holes got = r.holes();
-    std::sort(got.begin(), got.end());
-    EXPECT_EQ(got, want) << k.what;
-    const auto& boxes = r.p.sim_dialogs().boxes;
-    EXPECT_EQ(boxes.size(), k.card_back ? 1u : 0u) << k.what;
-    if (k.card_back) {
-      EXPECT_EQ(boxes[0],
-                "Le carton a avancé de 200 pas moteur pendant la pause. Le ramener au trou où la perforation s'est "
-                "arrêtée ?")
-          << k.what;
-    }
-    const Strings f = r.frame_bytes(from);
-    EXPECT_EQ(std::count(f.begin(), f.end(), "My00200\n"), k.card_back == BoxAnswer::Yes ? 1 : 0) << k.what;
+    EXPECT_EQ(sorted(r.holes()), sorted(want)) << k.what;
+    EXPECT_EQ(r.p.sim_dialogs().boxes, k.card_back ? Strings{"Le carton a avancé de 200 pas moteur pendant la "
+                                                              "pause. Le ramener au trou où la perforation s'est "
+                                                              "arrêtée ?"}
+                                                    : Strings{})
+        << k.what;
+    EXPECT_EQ(count_of(r.frame_bytes(from), "My00200\n"), k.card_back == BoxAnswer::Yes ? 1 : 0) << k.what;
     EXPECT_EQ(r.s.trous_main, k.hand_holes) << k.what;
     EXPECT_EQ(r.s.trous_confirmes, static_cast<int>(reference_holes().size()) + 1) << k.what;
-    // After the run the operator's pages and the opening are there again,
-    // with the step fields as they were before it.
+    // The operator's pages and the opening are back after the run.
     for (Element* e : {&r.m.fenetre_moteurs, &r.m.fenetre_notes, &r.m.Ouvre_midi}) EXPECT_TRUE(e->enabled()) << k.what;
   }
 }
@@ -372,16 +334,14 @@ TEST(RunEngine, AChainOfThreeFiles) {
   PunchRig r;
   const std::string dir = r.open_chain_of_three();
   ASSERT_TRUE(r.m.Command11.enabled()) << r.m.Label_defautP.text();
-  std::vector<std::string> closing;
   const auto from = r.mark();
   r.punch();
   const Strings f = r.frame_bytes(from);
-  // Twelve holes a file (a note of 500 ms); the card is fed by Dist_cartons (300 mm: 361 Y steps
-  // of 0.83 mm, 3610 motor steps) between files, and the working sequence
-  // stays open from the first file to the end, closed once per nested run.
+  // Twelve holes a file; the card fed 300 mm (361 Y steps of 0.83 mm) between files; the working sequence
+  // stays open to the end, then closed once per nested run.
   EXPECT_EQ(r.holes().size(), 36u);
-  EXPECT_EQ(std::count(f.begin(), f.end(), "MY03610\n"), 2);
-  EXPECT_EQ(std::count(f.begin(), f.end(), "AGxxxxx\n"), 3);
+  EXPECT_EQ(count_of(f, "MY03610\n"), 2);
+  EXPECT_EQ(count_of(f, "AGxxxxx\n"), 3);
   const auto first_zg = std::find(f.begin(), f.end(), "ZGxxxxx\n");
   EXPECT_EQ(f.end() - first_zg, 3) << "the three closing steps come at the end";
   EXPECT_EQ(r.s.fichiers_restants, 0);
