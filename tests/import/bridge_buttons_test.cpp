@@ -1,18 +1,12 @@
-#include "import/calcul_ponts.h"
-
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+#include "import/calcul_ponts.h"
 #include "support/sim_desk.h"
 
 namespace brivel::test {
 namespace {
-
-int row_of(const Element& list, const std::string& row) {
-  const auto& rows = list.rows();
-  for (size_t i = 0; i < rows.size(); ++i)
-    if (rows[i] == row) return static_cast<int>(i);
-  return -1;
-}
 
 TEST(BridgeButtons, DefineCalculateSelectApply) {
   SimDesk d;
@@ -29,9 +23,10 @@ TEST(BridgeButtons, DefineCalculateSelectApply) {
   // The two lists stay parallel: row i of each is one solution.
   for (int i = 0; i < 23; ++i) EXPECT_EQ(m.Liste_pont.row(i).substr(8, 4), m.Liste_pont_int.row(i).substr(6, 4));
 
-  int i = row_of(m.Liste_pont_int, "      1.15      0.830      10      02");
-  ASSERT_GE(i, 0);
-  m.Liste_pont.set_selected(i);
+  const auto& rows = m.Liste_pont_int.rows();
+  const auto i = std::find(rows.begin(), rows.end(), "      1.15      0.830      10      02") - rows.begin();
+  ASSERT_LT(i, 23);
+  m.Liste_pont.set_selected(static_cast<int>(i));
   m.NbpasY.set_text("3");
   m.Def_ponts.click();  // "OK": closes and applies
   EXPECT_EQ(m.NbpasY.text(), "10");
@@ -65,7 +60,8 @@ TEST(BridgeButtons, ZeroMotorStepIsRefused) {
   d.m.PasmotY.set_text("0");
   d.m.Calculer_ponts_Y.click();
   EXPECT_EQ(d.m.Liste_pont.count(), 0);
-  EXPECT_EQ(d.p.sim_dialogs().boxes, std::vector<std::string>{"Calcul impossible : le Pas moteur Y doit être supérieur à 0"});
+  EXPECT_EQ(d.p.sim_dialogs().boxes,
+            std::vector<std::string>{"Calcul impossible : le Pas moteur Y doit être supérieur à 0"});
 }
 
 }  // namespace

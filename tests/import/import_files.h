@@ -27,9 +27,6 @@ inline std::string tiny_midi(bool complete = true) {
   return std::string("MThd\x00\x00\x00\x06\x00\x00\x00\x01\x01\xE0", 14) + "MTrk" + len + track;
 }
 
-// The decoder is written beside this code; until it converts a plain file
-// the tests that need it are skipped.
-
 inline void write_file(const std::string& path, const std::string& bytes) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out << bytes;

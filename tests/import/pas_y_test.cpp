@@ -23,29 +23,22 @@ Rows pasy(int first, int last) {
 TEST(PasY, IntermediateSteps) {
   struct Case {
     const char* what;
-    Rows list3;
-    Rows pasy;
-    int width = 3;
+    Rows list3, pasy;
     int compteur_Y = 5;  // the counter keeps the last value
+    int width = 3;
   } cases[] = {
-      {"held note: +3, +6 ... never on the end row",
-       {"0000074 00060 NOTE 0000107", "0000107 00060 NTOF "},
-       {"0000077 ##### PASY", "0000080 ##### PASY", "0000083 ##### PASY", "0000086 ##### PASY", "0000089 ##### PASY",
-        "0000092 ##### PASY", "0000095 ##### PASY", "0000098 ##### PASY", "0000101 ##### PASY", "0000104 ##### PASY"},
-       3,
-       104},
+      {"held note: never on the end row", {"0000074 00060 NOTE 0000107", "0000107 00060 NTOF "}, pasy(77, 104), 104},
       {"no longer than the punch", {"0000074 00060 NOTE 0000077", "0000077 00060 NTOF "}, {}},
-      {"one step longer than the punch", {"0000074 00060 NOTE 0000078", "0000078 00060 NTOF "}, pasy(77, 77), 3, 77},
+      {"one step longer", {"0000074 00060 NOTE 0000078", "0000078 00060 NTOF "}, {"0000077 ##### PASY"}, 77},
       {"silence between notes",
        {"0000010 00060 NOTE 0000012", "0000012 00060 NTOF ", "0000050 00062 NOTE 0000052", "0000052 00062 NTOF "},
        {}},
       {"two open notes share one series",
        {"0000010 00060 NOTE 0000030", "0000012 00062 NOTE 0000030", "0000030 00060 NTOF ", "0000030 00062 NTOF "},
        pasy(15, 27),
-       3,
        27},
       {"empty list", {}, {}},
-      {"no width, no loop", {"0000000 00060 NOTE 0000100", "0000100 00060 NTOF "}, {}, 0},
+      {"no width, no loop", {"0000000 00060 NOTE 0000100", "0000100 00060 NTOF "}, {}, 5, 0},
   };
   for (const auto& c : cases) {
     auto r = lignes_pasy(c.list3, c.width, 5);

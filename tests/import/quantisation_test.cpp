@@ -48,14 +48,8 @@ Rows spans(std::initializer_list<std::pair<int, int>> list, const char* key = "0
   return out;
 }
 
-TEST(Quantisation, DefaultsAndHalfPunch) {
-  ReglagesImport r = defaults();
-  EXPECT_NEAR(r.pas_Y_mm, 0.83, 1e-12);
-  EXPECT_EQ(r.largeur, 3);
-  EXPECT_EQ(r.demi, 2);
-  EXPECT_FALSE(r.ponts);
-  EXPECT_NEAR(r.doigt, 1.2 / 0.83, 1e-12);
-  // The half punch halves to even.
+// The punch in steps, and its half rounded to even.
+TEST(Quantisation, PunchWidthAndHalf) {
   struct Case {
     const char* poincon;
     int largeur, demi;
@@ -67,17 +61,14 @@ TEST(Quantisation, DefaultsAndHalfPunch) {
     f.Poincon = c.poincon;
     auto got = prepare_import(f).reglages;
     ASSERT_TRUE(got) << c.poincon;
-    EXPECT_EQ(got->largeur, c.largeur) << c.poincon;
-    EXPECT_EQ(got->demi, c.demi) << c.poincon;
+    EXPECT_EQ(std::pair(got->largeur, got->demi), std::pair(c.largeur, c.demi)) << c.poincon;
   }
 }
 
 TEST(Quantisation, ReadsTheColumnsOfANoteLine) {
   auto n = lit_ligne_note("NOTE 0001000 000960 00001 00060 00500 00100 C3");
   ASSERT_TRUE(n);
-  EXPECT_EQ(n->debut_ms, 1000);
-  EXPECT_EQ(n->cle, "00060");
-  EXPECT_EQ(n->duree_ms, 500);
+  EXPECT_EQ(std::tie(n->debut_ms, n->cle, n->duree_ms), std::make_tuple(1000, "00060", 500));
   for (const char* refused : {"NOTE 0999999 000960 00001 00060 00500 00100 C3", "NOOF 0001500 000960 00001 00060",
                               "NOTE 0001000 000960 00001 00060 0050", ""})
     EXPECT_FALSE(lit_ligne_note(refused)) << refused;
@@ -93,12 +84,12 @@ TEST(Quantisation, RowsOfANote) {
       // 1000 x 0.06 / 0.83 = 72.289 + 2; 36 steps long; last 74.289 + 36 - 3.
       {"worked example", {1000, "00060", 500}, defaults(), {"0000074 00060 NOTE 0000107", "0000107 00060 NTOF "}},
       {"0 ms: one punch", {1000, "00060", 0}, defaults(), spans({{74, 74}})},
-      // 50 ms is 3.61 steps, floor 3: as long as the punch, a single punch.
-      {"as long as the punch", {1000, "00060", 50}, defaults(), spans({{74, 74}})},
-      // 60 ms is 4 steps: the last punch one step behind the start.
-      {"one step longer", {1000, "00060", 60}, defaults(), spans({{74, 75}})},
-      // The finger adds 1.2 / 0.83 = 1.446 to the last position only.
-      {"finger", {1000, "00060", 500}, defaults(true), spans({{74, 109}})},
+      {"50 ms is 3.61 steps, floor 3: as long as the punch, one punch",
+       {1000, "00060", 50},
+       defaults(),
+       spans({{74, 74}})},
+      {"60 ms, 4 steps: the last punch one step on", {1000, "00060", 60}, defaults(), spans({{74, 75}})},
+      {"the finger adds 1.446 to the last only", {1000, "00060", 500}, defaults(true), spans({{74, 109}})},
       {"start of the piece", {0, "00048", 0}, defaults(), {"0000002 00048 NOTE 0000002", "0000002 00048 NTOF "}},
       {"rows round halves away from zero: 5 ms is 2.5 steps", {5, "00060", 0}, exact(6, 0, 2, 1, 0), spans({{3, 3}})},
       // Bridges. Punch 3, PontY 2: pitch 5, grid from 70.
@@ -110,10 +101,11 @@ TEST(Quantisation, RowsOfANote) {
       {"length = width x Text17", {100, "00060", 18}, exact(), spans({{102, 102}, {105, 105}, {110, 110}, {115, 117}})},
       {"one step less", {100, "00060", 17}, exact(), spans({{102, 116}})},
       {"PontY 0", {100, "00060", 500}, exact(6, 0), spans({{102, 599}})},
-      // On the grid at 100: the second hole a full pitch on.
-      {"start on the grid", {98, "00060", 20}, exact(), spans({{100, 100}, {105, 105}, {110, 110}, {115, 117}})},
-      // Grid 100 lies above 103 - 5: no single hole, the tail is the note.
-      {"all tail", {100, "00060", 4}, exact(1), spans({{102, 103}})},
+      {"start on the grid: the second hole a pitch on",
+       {98, "00060", 20},
+       exact(),
+       spans({{100, 100}, {105, 105}, {110, 110}, {115, 117}})},
+      {"grid 100 above 103 - 5: all tail", {100, "00060", 4}, exact(1), spans({{102, 103}})},
   };
   for (const auto& c : cases) {
     Rows got;
@@ -128,20 +120,19 @@ TEST(Bridges, JustBelowAGridLineTwoHolesOnOneStep) {
   EXPECT_EQ(out, spans({{105, 105}, {105, 105}, {110, 110}, {115, 115}, {120, 120}}));
 }
 
+// 2.4999999999999996 is "2.50000000000000" in 15 digits; beyond seven digits the row grows.
 TEST(Quantisation, StepPictureRoundsOnThe15DigitForm) {
   struct Case {
     double x;
     const char* row;
-  } cases[] = {
-      {0, "0000000 ##### PASY"},
-      {0.5, "0000001 ##### PASY"},
-      {2.5, "0000003 ##### PASY"},
-      {2.4999999, "0000002 ##### PASY"},
-      {2.4999999999999996, "0000003 ##### PASY"},  // "2.50000000000000" in 15 digits
-      {107.289, "0000107 ##### PASY"},
-      {9999998.7, "9999999 ##### PASY"},
-      {12345678.4, "12345678 ##### PASY"},
-  };
+  } cases[] = {{0, "0000000 ##### PASY"},
+               {0.5, "0000001 ##### PASY"},
+               {2.5, "0000003 ##### PASY"},
+               {2.4999999, "0000002 ##### PASY"},
+               {2.4999999999999996, "0000003 ##### PASY"},
+               {107.289, "0000107 ##### PASY"},
+               {9999998.7, "9999999 ##### PASY"},
+               {12345678.4, "12345678 ##### PASY"}};
   for (const auto& c : cases) EXPECT_EQ(ligne_pasy(c.x), c.row) << c.x;
 }
 
