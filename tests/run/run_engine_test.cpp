@@ -88,15 +88,19 @@ TEST(RunEngine, ARestrikeInsideAHeldNoteAndOneNoteOnTwoTracks) {
   PunchRig r;
   r.m.Note(29).set_text("60");  // the last track (position 490) doubles track 6 (108)
   // 60 held from 1 s to 1.5 s, struck again at 1.1 s for 0.1 s: the short note's end must not close the long one.
-  ASSERT_TRUE(r.load(fichier_evenements({note_line(1000, 60, 500), note_line(1100, 60, 100)}, 1500)));
+  // 62 afterwards: the end of 60 must have closed the last track too.
+  ASSERT_TRUE(r.load(fichier_evenements(
+      {note_line(1000, 60, 500), note_line(1100, 60, 100), note_line(2000, 62, 100)}, 2200)));
   r.punch();
   // The long note sounds at every listed step from 74 to 107, on each of its two tracks.
   std::set<int> steps;
   for (const auto& row : r.m.List3.rows()) steps.insert(std::stoi(row.substr(0, 7)));
   Holes want;
-  for (int y : steps)
+  for (int y : steps) {
     for (int x : {108, 490})
       if (y >= 74 && y <= 107) want.push_back({x, (y - 2) * 10});
+    if (y >= 147) want.push_back({125, (y - 2) * 10});
+  }
   EXPECT_EQ(sorted(r.holes()), sorted(want));
 }
 

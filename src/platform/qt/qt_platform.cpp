@@ -82,22 +82,23 @@ void QtPlatform::set_dialogs(Dialogs* dialogs) { d_->dialogs = dialogs ? dialogs
 void QtPlatform::turn(int wake_within_ms) {
   if (d_->ticks_on_stack == 0) d_->retired.clear();
   if (wake_within_ms == 0) {
+    // Between a reply and the next frame: nothing is painted here.
     d_->paint_gate.hold();
     QCoreApplication::processEvents(QEventLoop::AllEvents);
-    d_->paint_gate.hold();
-    return;
+  } else {
+    // Block until something happens (a reply byte, a timer, a click), but no
+    // longer than the caller's deadline: a run costs no CPU while it waits.
+    // Each turn has its own wake-up, so a turn nested in a handler cannot
+    // take away the deadline of the turn below it.
+    QTimer wake;
+    if (wake_within_ms > 0) {
+      wake.setSingleShot(true);
+      wake.setTimerType(Qt::PreciseTimer);
+      wake.start(wake_within_ms);
+    }
+    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
   }
-  // Block until something happens (a reply byte, a timer, a click), but no
-  // longer than the caller's deadline: a run costs no CPU while it waits.
-  // Each turn has its own wake-up, so a turn nested in a handler cannot take
-  // away the deadline of the turn below it.
-  QTimer wake;
-  if (wake_within_ms > 0) {
-    wake.setSingleShot(true);
-    wake.setTimerType(Qt::PreciseTimer);
-    wake.start(wake_within_ms);
-  }
-  QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  // The console's code runs on: what it changes is painted in its next wait.
   d_->paint_gate.hold();
 }
 
