@@ -118,7 +118,9 @@ TEST(CardDrawing, PdfPagesOfALongPiece) {
     EXPECT_NE(pdf.find(" - Page " + std::to_string(c.pages) + " / " + std::to_string(c.pages)), std::string::npos);
     EXPECT_EQ(pdf.substr(pdf.size() - 6), "%%EOF\n");
     EXPECT_NE(pdf.find("/Title (Valse \\351t\\351 - Orgue)"), std::string::npos);
-    EXPECT_NE(pdf.find("Td (Valse \\351t\\351 - Orgue - Page 1 / "), std::string::npos);
+    EXPECT_NE(pdf.find("Td (Valse \\351t\\351 - Orgue - Page 1 / " + std::to_string(c.pages) +
+                       " (rang\\351e 1, colonne 1)) Tj"),
+              std::string::npos);
     EXPECT_NE(pdf.find("Td (Do3) Tj"), std::string::npos) << "the names above the first pages";
     // A4 pages; the first tile 277 mm high, 10 mm in from the paper's
     // corner, with 4 mm crosses at its corners to lay the pages edge to edge.
@@ -139,6 +141,9 @@ TEST(CardDrawing, PdfPagesOfALongPiece) {
   in.plan.positions = {30, 1000};  // 210 mm
   const CardLayout wide = lay_out_card(in);
   EXPECT_EQ(card_pdf_pages(wide, {0, 1000}), 8);
+  const std::string tiles = card_pdf(wide, {0, 1000});
+  for (const char* label : {"Page 2 / 8 (rang\\351e 1, colonne 2)", "Page 3 / 8 (rang\\351e 2, colonne 1)"})
+    EXPECT_NE(tiles.find(label), std::string::npos) << label;
 }
 
 TEST(CardDrawing, TranspositionTable) {
