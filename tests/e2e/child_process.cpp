@@ -1,13 +1,18 @@
 #include "e2e/child_process.h"
 
+#include <gtest/gtest.h>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 
 extern char** environ;
 
@@ -17,6 +22,16 @@ TempHome::TempHome(const std::string& tag) {
   dir = std::filesystem::temp_directory_path() / ("brivel-e2e-" + tag + "-" + std::to_string(getpid()));
   std::filesystem::remove_all(dir);
   std::filesystem::create_directories(dir);
+  // Open to the ordinary user some tests run a program as.
+  std::filesystem::permissions(dir, std::filesystem::perms(0755));
+}
+
+std::string TempHome::write(const std::string& name, const std::string& text, bool executable) const {
+  const auto path = dir / name;
+  std::filesystem::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary) << text;
+  if (executable) std::filesystem::permissions(path, std::filesystem::perms(0755));
+  return path.string();
 }
 
 TempHome::~TempHome() {
@@ -137,6 +152,37 @@ int ChildProcess::wait_exit(double seconds) {
 int ChildProcess::terminate(double seconds) {
   if (pid_ > 0 && !reaped_) kill(pid_, SIGTERM);
   return wait_exit(seconds);
+}
+
+std::unique_ptr<ChildProcess> start_board(const TempHome& home, std::vector<std::string> args) {
+  args.insert(args.begin() + 1, {"--link", home.port()});
+  auto sim = std::make_unique<ChildProcess>(args, home.str());
+  if (!sim->read_until("ready", 10)) ADD_FAILURE() << args[0] << " not ready: " << sim->err();
+  return sim;
+}
+
+long BoardLog::count(const std::string& frame) const { return std::count(frames.begin(), frames.end(), frame); }
+
+BoardLog read_board_log(const std::filesystem::path& log) {
+  BoardLog out;
+  std::ifstream in(log);
+  for (std::string line; std::getline(in, line);) {
+    out.lines.push_back(line);
+    std::istringstream words(line);
+    std::string at, dir, text;
+    words >> at >> dir;
+    std::getline(words, text);
+    if (!text.empty() && text[0] == ' ') text.erase(0, 1);
+    if (dir == ">") out.frames.push_back(text);
+    if (dir == "*") out.holes.push_back(text);
+    if (at == "HOLE") {
+      std::istringstream xy(line.substr(5));
+      int x = 0, y = 0;
+      xy >> x >> y;
+      out.holes.push_back("X=" + std::to_string(x) + " Y=" + std::to_string(y));
+    }
+  }
+  return out;
 }
 
 }  // namespace brivel::test

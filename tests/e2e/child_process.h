@@ -1,12 +1,14 @@
-// A program under test run as a child: its standard input fed, its output
-// and errors collected, a time limit after which it is killed. A child still
+// The programs under test run as children: standard input fed, output and
+// errors collected, a time limit after which a child is killed. A child still
 // running when the test ends (a failed assertion) is killed and reaped, so a
-// broken program never outlives its test.
+// broken program never outlives its test. Beside them, the test's own folder
+// and the board simulators' logs.
 #pragma once
 
 #include <sys/types.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,11 @@ struct TempHome {
   TempHome(const TempHome&) = delete;
   TempHome& operator=(const TempHome&) = delete;
   std::string str() const { return dir.string(); }
+  std::string operator/(const std::string& name) const { return (dir / name).string(); }
+  // Writes `text` to `name` (folders made), executable if asked.
+  std::string write(const std::string& name, const std::string& text, bool executable = false) const;
+  // The link of the simulated boards, ports/com7: port 7 of the console.
+  std::string port() const { return (dir / "ports" / "com7").string(); }
 };
 
 class ChildProcess {
@@ -32,7 +39,6 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  bool started() const { return pid_ > 0; }
   pid_t pid() const { return pid_; }
 
   // Collects output until `marker` appears on standard output, the output
@@ -57,5 +63,21 @@ class ChildProcess {
   bool reaped_ = false;
   int status_ = -1;
 };
+
+// A board simulator started on home.port() with `args`, ready to answer.
+// The first of `args` is the program.
+std::unique_ptr<ChildProcess> start_board(const TempHome& home, std::vector<std::string> args);
+
+// The script lines that connect the console to port 7.
+inline const std::string kConnect = "click fenetre_moteurs\nset AdressePort 7\nwait Shape1 = 10\n";
+
+// A simulator's log, "<ms> <dir> <text>" a line: the frames the board
+// received (">", "<LF>" for the line feed) and the holes punched, "X=.. Y=..",
+// from the board model (" * ") or measured at the chip's pins ("HOLE x y").
+struct BoardLog {
+  std::vector<std::string> lines, frames, holes;
+  long count(const std::string& frame) const;
+};
+BoardLog read_board_log(const std::filesystem::path& log);
 
 }  // namespace brivel::test

@@ -35,11 +35,8 @@ std::string read_for(int fd, size_t want, int ms) {
 
 TEST(Conformance, TheFirmwareAnswersTheTable) {
   TempHome home("conformance");
-  const std::string port = (home.dir / "ports" / "com7").string();
-  ChildProcess sim({MACHINE_SIM_EXE, "--firmware", FIRMWARE_ELF, "--link", port, "--log", (home.dir / "m.log").string()},
-                   home.dir.string());
-  ASSERT_TRUE(sim.read_until("ready", 10)) << sim.err();
-  const int fd = ::open(port.c_str(), O_RDWR | O_NOCTTY);
+  auto sim = start_board(home, {MACHINE_SIM_EXE, "--firmware", FIRMWARE_ELF, "--log", home / "m.log"});
+  const int fd = ::open(home.port().c_str(), O_RDWR | O_NOCTTY);
   ASSERT_GE(fd, 0);
   termios t{};
   tcgetattr(fd, &t);
@@ -55,7 +52,7 @@ TEST(Conformance, TheFirmwareAnswersTheTable) {
     EXPECT_TRUE(reply_matches(e.bytes, got)) << "line " << e.line << ": « " << got << " »";
   }
   ::close(fd);
-  EXPECT_EQ(sim.terminate(10), 0) << sim.err();
+  EXPECT_EQ(sim->terminate(10), 0) << sim->err();
 }
 
 }  // namespace

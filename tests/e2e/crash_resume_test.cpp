@@ -44,54 +44,36 @@ std::string read(const fs::path& p) {
   return s.str();
 }
 
-std::vector<std::string> log_lines(const fs::path& log) {
-  std::vector<std::string> out;
-  std::istringstream in(read(log));
-  for (std::string l; std::getline(in, l);) out.push_back(l);
-  return out;
-}
-
-std::multiset<std::string> holes(const fs::path& log) {
-  std::multiset<std::string> got;
-  for (const auto& l : log_lines(log)) {
-    const auto star = l.find(" * ");
-    if (star != std::string::npos) got.insert(l.substr(star + 3));
-  }
-  return got;
-}
-
 // The card's place on the board: the Y motor steps of every MY it took.
-long board_y(const fs::path& log) {
+long board_y(const BoardLog& log) {
   long y = 0;
-  const std::regex my(R"(^\d+ > MY(\d{5})<LF>$)");
-  std::smatch m;
-  for (const auto& l : log_lines(log))
-    if (std::regex_match(l, m, my)) y += std::stol(m[1]);
+  for (const auto& f : log.frames)
+    if (f.size() == 11 && f.compare(0, 2, "MY") == 0) y += std::stol(f.substr(2, 5));
   return y;
 }
 
+// A board of its own (realistic timing, so that a kill falls inside a move
+// or a cycle, or instant) and the instrument: the console's defaults on port
+// 7, saved by the program.
 struct Machine {
   TempHome home;
-  fs::path log;
+  std::string log;
   std::unique_ptr<ChildProcess> sim;
-  Machine(const std::string& tag, const std::string& faults = "") : home(tag), log(home.dir / "board.log") {
-    std::vector<std::string> argv = {BOARD_SIM_EXE, "--link",     (home.dir / "ports" / "com7").string(),
-                                     "--log",       log.string(), "--realistic"};
-    if (!faults.empty()) {
-      std::ofstream(home.dir / "faults.txt") << faults;
-      argv.insert(argv.end(), {"--faults", (home.dir / "faults.txt").string()});
-    }
-    sim = std::make_unique<ChildProcess>(argv, home.str());
-    EXPECT_TRUE(sim->read_until("ready", 10)) << sim->err();
-    std::ofstream(home.dir / "piece.mid", std::ios::binary) << piece();
-    // The instrument: the console's defaults on port 7, saved by the program.
+  Machine(const std::string& tag, const char* timing, const std::string& faults = "") : home(tag), log(home / "board.log") {
+    std::vector<std::string> argv = {BOARD_SIM_EXE, "--log", log, timing};
+    if (!faults.empty()) argv.insert(argv.end(), {"--faults", home.write("faults.txt", faults)});
+    sim = start_board(home, argv);
+    home.write("piece.mid", piece());
     ChildProcess save({SCRIPT_EXE, "-"}, home.str(),
-                      "click fenetre_moteurs\nset AdressePort 7\nwait Shape1 = 10\nanswer save " +
-                          (home.dir / "orgue.set").string() + "\nclick Sauve_param\nquit\n");
+                      kConnect + "answer save " + home / "orgue.set" + "\nclick Sauve_param\nquit\n");
     EXPECT_EQ(save.wait_exit(60), 0) << save.err();
   }
+  std::multiset<std::string> holes() const {
+    const auto h = read_board_log(log).holes;
+    return {h.begin(), h.end()};
+  }
   std::string first_run() const {
-    return "select File1 orgue.set\nwait Shape1 = 10\nanswer open " + (home.dir / "piece.mid").string() +
+    return "select File1 orgue.set\nwait Shape1 = 10\nanswer open " + home / "piece.mid" +
            "\nclick Ouvre_midi\nwait Label_defautP ~ Prêt à perforer.*\nclick Command11\n"
            "expect Label_defautP = Perforation terminée\nquit\n";
   }
@@ -109,16 +91,16 @@ TEST(CrashResume, KilledAnywhereTheCardGetsEveryHoleAtItsPlace) {
   // The uninterrupted run, on a board of its own.
   std::multiset<std::string> expected;
   {
-    Machine ref("crash-ref");
+    Machine ref("crash-ref", "--instant");
     ChildProcess run({SCRIPT_EXE, "-"}, ref.home.str(), ref.first_run());
     ASSERT_EQ(run.wait_exit(300), 0) << run.err();
-    expected = holes(ref.log);
+    expected = ref.holes();
   }
   ASSERT_GT(expected.size(), 30u);
 
   // The board answers C to the 8th punch cycle of its life: a fault, which
   // suspends the run; the attempt it falls in is killed right after it.
-  Machine m("crash", "C CZ 8\n");
+  Machine m("crash", "--realistic", "C CZ 8\n");
   const KillPoint points[] = {
       {"Y move", R"( > MY\d{5}<LF>$)", 2},  {"punch cycle", R"( > [Cc]Z)", 3},   {"X move", R"( > [mM][xX]\d{5})", 2},
       {"Y move", R"( > MY\d{5}<LF>$)", 3},  {"punch cycle", R"( > [Cc]Z)", 2},   {"X move", R"( > [mM][xX]\d{5})", 3},
@@ -137,21 +119,21 @@ TEST(CrashResume, KilledAnywhereTheCardGetsEveryHoleAtItsPlace) {
     if (std::regex_search(sav, mk, std::regex(R"(avance_Y_en_cours (-?\d+) (-?\d+))"))) {
       ++marks;
       const long vers = std::stol(mk[2]);
-      s += board_y(m.log) == (vers - 2) * 10 ? "answer yes\n" : "answer no\n";
+      s += board_y(read_board_log(m.log)) == (vers - 2) * 10 ? "answer yes\n" : "answer no\n";
     }
-    return s + "answer open " + (m.home.dir / "Perfo_en_cours.sav").string() +
+    return s + "answer open " + m.home / "Perfo_en_cours.sav" +
            "\nclick Restitue_contexte\nwait Shape1 = 10\nclick Command11\n"
            "expect Label_defautP = Perforation terminée\nquit\n";
   };
   for (const auto& k : points) {
-    const std::size_t from = log_lines(m.log).size();
+    const std::size_t from = read_board_log(m.log).lines.size();
     ChildProcess run({SCRIPT_EXE, "-"}, m.home.str(), script_for());
     first = false;
     const std::regex re(k.pattern);
     bool killed = false;
     for (auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
          !killed && std::chrono::steady_clock::now() < deadline;) {
-      const auto lines = log_lines(m.log);
+      const auto lines = read_board_log(m.log).lines;
       int seen = 0;
       bool faulted = false;
       for (std::size_t i = from; i < lines.size(); ++i) {
@@ -178,7 +160,7 @@ TEST(CrashResume, KilledAnywhereTheCardGetsEveryHoleAtItsPlace) {
   EXPECT_EQ(last.wait_exit(300), 0) << last.err() << last.out();
   EXPECT_EQ(m.sim->terminate(10), 0);
 
-  const auto got = holes(m.log);
+  const auto got = m.holes();
   const std::set<std::string> want(expected.begin(), expected.end()), have(got.begin(), got.end());
   std::size_t missing = 0, misplaced = 0;
   for (const auto& h : want) missing += have.count(h) ? 0 : 1;

