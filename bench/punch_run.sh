@@ -10,6 +10,9 @@
 #     and the board's 1 ms reply are shown beside them;
 #   - the run's wall time against the machine's own time: those waits and
 #     the board's 1 ms before each reply (the target is 1.02 at most);
+#   - where the console's time goes: the mean gap from a reply to the next
+#     frame after a move (25 ms asked) and after a punch cycle (nothing asked:
+#     the console's own work, a context written before a Y move included);
 #   - the CPU time of the console process against its wall time.
 # Usage: bench/punch_run.sh [BUILD_DIR] [PIECE.mid]   (default build-bench, data/sample.mid)
 set -euo pipefail
@@ -30,6 +33,9 @@ for _ in $(seq 100); do grep -q '^ready' "$home/sim.out" && break; sleep 0.1; do
 BRIVEL_HOME="$home" QT_QPA_PLATFORM=offscreen /usr/bin/time -f '%U %S %e' -o "$home/time" \
   "$b/apps/brivel/brivel" --port 7 --ouvrir "$piece" --perforer
 awk -v cpu="$(cat "$home/time")" '
+  $2 == ">" && replied != "" { gap[kind] += $1 - replied; gaps[kind]++ }
+  $2 == ">" { kind = substr($3, 1, 2) ~ /^[Mm][XxY]$/ ? "move" : substr($3, 1, 2) ~ /^[Cc]Z$/ ? "cycle" : "other"; replied = "" }
+  $2 == "<" { replied = $1 }
   $2 == ">" { f = substr($3, 1, 2)
               if (f == "AG") { if (!start) start = $1; asked += 250 }
               else if (f == "ZG") { stop = $1; asked += 25 }
@@ -50,5 +56,7 @@ awk -v cpu="$(cat "$home/time")" '
     # 1 ms the board takes before each reply. Whatever lies beyond is the console.
     machine = asked + replies
     printf "waits asked and 1 ms per reply of the board %.1f s: run/machine %.3f\n", machine / 1000, wall / machine
+    printf "from a reply to the next frame: after a move %.2f ms (25 asked), after a punch cycle %.2f ms (none asked)\n",
+           gap["move"] / gaps["move"], gap["cycle"] / gaps["cycle"]
     printf "console process: CPU %.2f s of %.1f s wall = %.1f %% of one core\n", t[1] + t[2], t[3], 100 * (t[1] + t[2]) / t[3]
   }' "$home/board.log"
