@@ -1,0 +1,470 @@
+// The parameter and context files through the console: their exact bytes,
+// Sauver Paramètres and a click in File1 with what each field sets off, the
+// automatic context with its history, and a run taken up again from its
+// context after the program stopped.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <optional>
+#include <set>
+
+#include "console/file_list.h"
+#include "core/cp1252.h"
+#include "core/numbers.h"
+#include "import/smf_hex.h"
+#include "persistence/files/context_file.h"
+#include "persistence/files/parameter_file.h"
+#include "persistence/files/text_file.h"
+#include "persistence/persistence.h"
+#include "support/sim_console.h"
+
+namespace brivel::test {
+namespace {
+namespace fs = std::filesystem;
+using Lines = std::vector<std::string>;
+
+// Saves the desk's fields as `name` through the menu and returns the file's lines.
+Lines save(SimDesk& d, const std::string& name) {
+  d.p.sim_dialogs().save_answers.push_back(d.home + name);
+  d.m.Sauve_param.click();
+  return split_cp1252_lines(d.read_file(name));
+}
+
+void write(SimDesk& d, const std::string& name, const Lines& lines) {
+  std::ofstream(d.home + name, std::ios::binary) << texte_fichier(lines);
+}
+
+// Refreshes the list and clicks `name` in it.
+void pick(SimDesk& d, const std::string& name) {
+  refresh_File1(d.c);
+  d.m.File1.set_selected(-1);
+  for (int i = 0; i < d.m.File1.count(); ++i)
+    if (d.m.File1.row(i) == name) d.m.File1.set_selected(i);
+  d.m.File1.click();
+}
+
+// Writes `lines` as x.set and loads it from File1, answering OK to any box.
+void load(SimDesk& d, const Lines& lines) {
+  write(d, "x.set", lines);
+  d.p.sim_dialogs().box_answers.push_back(BoxAnswer::Ok);
+  pick(d, "x.set");
+}
+
+// The lines a default console saves, without the final empty one.
+Lines defaults(SimDesk& d) {
+  Lines f = save(d, "x.set");
+  f.pop_back();
+  return f;
+}
+
+TEST(ContextFile, BytesAreWindows1252WithCrLfAndAFinalEmptyLine) {
+  EXPECT_EQ(texte_fichier({"Orgue à 29.set", "", "12"}), "Orgue \xE0 29.set\r\n\r\n12\r\n\r\n");
+  EXPECT_EQ(texte_fichier({}), "\r\n");
+  SimDesk d;
+  d.m.NBTouches.set_text("5");
+  d.m.compteurXY(1).set_text("1234");
+  d.s.compteur_trous = 987;
+  // The note states by colour, each with its end step.
+  for (auto [k, colour, tip] : {std::tuple{1, palette::kLightRed, " 107"},
+                                {2, palette::kLightMagenta, ""},
+                                {3, palette::kLightGreen, ""},
+                                {4, palette::kWhite, "x"}}) {
+    d.m.Note(k).set_color(colour);
+    if (*tip) d.m.Note(k).set_tooltip(tip);
+  }
+  d.s.chemin_midi = "/p/b.mid";
+  d.s.rang_fichier = 1;
+  d.s.fichiers_restants = 2;
+  for (const char* f : {"/p/a.mid", "/p/b.mid", "/p/c.mid"}) d.m.Liste_fichiers.add_row(f);
+  EXPECT_EQ(lignes_contexte(d.m, d.s), (Lines{"", "1234", "987", "12", " 107", "13", "", "ndef", "", "15", "x", "15",
+                                              "", "/p/b.mid", " 1", " 2", "/p/a.mid", "/p/b.mid", "/p/c.mid"}));
+}
+
+TEST(ContextFile, AutomaticSaveWritesAndRefreshesTheList) {
+  SimDesk d;
+  d.m.NBTouches.set_text("2");
+  d.s.nom_fichier_set = "Orgue été.set";
+  std::ofstream(d.home + "Orgue été.set") << "x";
+  std::ofstream(d.home + "Perfo_en_cours.sav") << "an older context, longer than the new one...............";
+  ASSERT_TRUE(sauve_contexte_auto(d.c));
+  EXPECT_EQ(d.read_file("Perfo_en_cours.sav"),
+            "Orgue \xE9t\xE9.set\r\n0\r\n0\r\n15\r\n\r\n15\r\n\r\n\r\n 0\r\n 0\r\n\r\n");
+  EXPECT_FALSE(fs::exists(d.home + "Perfo_en_cours.sav.tmp"));
+  EXPECT_EQ(d.m.File1.rows(), Lines{"Orgue été.set"});
+  d.s.dossier_appli = d.home + "gone/";  // a missing folder: fails quietly
+  EXPECT_FALSE(sauve_contexte_auto(d.c));
+}
+
+// A cancel writes nothing; the menu asks with the filter and the piece's
+// name, then writes; a failed write is told on the service line.
+TEST(SaveMenu, CancelThenAskWithTheFilterAndStartNameThenAFailedWrite) {
+  SimDesk d;
+  d.m.Sauve_contexte.click();
+  EXPECT_EQ(d.p.busy_log(), (std::vector<bool>{false}));
+  for (const auto& e : fs::directory_iterator(d.home)) EXPECT_FALSE(e.is_regular_file()) << e.path();
+  d.s.nom_midi_court = "Valse";
+  d.m.NBTouches.set_text("1");
+  d.p.sim_dialogs().save_answers.push_back(d.home + "Ma valse.sav");
+  d.m.Sauve_contexte.click();
+  ASSERT_EQ(d.p.sim_dialogs().save_requests.size(), 2u);
+  const auto& req = d.p.sim_dialogs().save_requests[1];
+  EXPECT_EQ(req.filter, "Fichiers (*.sav)|*.sav|Tous (*.*)|*.*|");
+  EXPECT_EQ(req.filter_index, 1);
+  EXPECT_TRUE(req.overwrite_prompt);
+  EXPECT_EQ(req.start_name, d.home + "Valse.sav");
+  EXPECT_EQ(d.read_file("Ma valse.sav"), "\r\n0\r\n0\r\n15\r\n\r\n\r\n 0\r\n 0\r\n\r\n");
+  EXPECT_EQ(d.p.busy_log(), (std::vector<bool>{false, true, false}));
+  EXPECT_TRUE(d.m.Avance.enabled());
+  d.p.sim_dialogs().save_answers.push_back(d.home + "nowhere/x.sav");
+  d.m.Sauve_contexte.click();
+  EXPECT_EQ(d.m.Label_defautP.text(),
+            "Contexte non sauvegardé : impossible d'écrire le fichier " + d.home + "nowhere/x.sav");
+  EXPECT_FALSE(d.p.busy());
+}
+
+TEST(ContextFile, HistoryKeepsAContextBeforeAnotherPieceOrAStepBackOverwritesIt) {
+  SimDesk d;
+  d.m.NBTouches.set_text("2");
+  d.s.nom_fichier_set = "orgue.set";
+  const auto save = [&](const char* piece, const char* y, int32_t trous) {
+    d.s.chemin_midi = piece;
+    d.m.compteurXY(1).set_text(y);
+    d.s.compteur_trous = trous;
+    ASSERT_TRUE(sauve_contexte_auto(d.c));
+  };
+  const auto kept = [&] {
+    Lines names;
+    std::error_code ec;
+    for (fs::directory_iterator it(d.home + "Contextes", ec), end; !ec && it != end; it.increment(ec))
+      names.push_back(it->path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+  };
+  save("/p/valse.mid", "100", 10);
+  save("/p/valse.mid", "130", 14);  // the same run, further on: nothing kept
+  EXPECT_TRUE(kept().empty());
+  const std::string before = d.read_file("Perfo_en_cours.sav");
+  save("/p/valse.mid", "0", 0);  // a new run of the same piece steps back
+  ASSERT_EQ(kept().size(), 1u);
+  EXPECT_NE(kept()[0].find(" valse"), std::string::npos) << kept()[0];
+  EXPECT_EQ(d.read_file("Contextes/" + kept()[0]), before);
+  save("/p/polka.mid", "5", 1);  // another piece
+  EXPECT_EQ(kept().size(), 2u);
+  for (int i = 0; i < 25; ++i) save(i % 2 ? "/p/valse.mid" : "/p/polka.mid", "1", 0);
+  EXPECT_EQ(kept().size(), static_cast<std::size_t>(kContextesGardes));
+}
+
+// The list shows the folder's .set files in name order, and the file the
+// operator picked stays picked when the folder changes around it.
+TEST(ParameterList, SortedSetFilesAndTheSelectionFollowsItsName) {
+  SimDesk d;
+  for (const char* n : {"b.set", "a.set", "notes.txt", ".set"}) write(d, n, {"x"});
+  refresh_File1(d.c);
+  EXPECT_EQ(d.m.File1.rows(), (Lines{"a.set", "b.set"}));
+  d.m.File1.set_selected(0);
+  write(d, "0.set", {"x"});
+  refresh_File1(d.c);
+  EXPECT_EQ(d.m.File1.rows(), (Lines{"0.set", "a.set", "b.set"}));
+  EXPECT_EQ(d.m.File1.selected(), 1);
+}
+
+TEST(ParameterRoundTrip, SavedAndLoadedGivesTheSameFields) {
+  SimDesk a;
+  a.m.NBTouches.set_text("5");
+  a.m.Note(40).set_text("77");
+  a.m.Position(63).set_text("1234");
+  a.m.Text12.set_text("0,21");  // as typed, comma included
+  a.m.Text3.set_text("Orgue à 20 notes");
+  a.m.Check3.set_value(2);
+  a.m.Demipas.set_value(0);
+  a.s.reserve_set = -1;
+  const Lines first = save(a, "orgue.set");
+  ASSERT_EQ(first.size(), 163u);                                                 // 162 lines and the empty one
+  EXPECT_EQ(a.read_file("orgue.set").substr(0, 18), "Orgue \xE0 20 notes\r\n");  // Windows-1252, CR LF
+  const std::pair<int, std::string> expected[] = {
+      {1, "Orgue à 20 notes"}, {17, "5"},  {18, "5"}, {20, "0,21"}, {100, "77"}, {132, " 0"}, {133, "-1"},
+      {150, "1234"},           {153, " 2"}};
+  for (const auto& [line, text] : expected) EXPECT_EQ(first[static_cast<size_t>(line - 1)], text) << line;
+  a.s.reserve_set = 12;
+  EXPECT_EQ(save(a, "orgue.set")[132], " 12");
+
+  SimDesk b;  // the port is closed: AdressePort comes back too
+  a.m.AdressePort.set_text("9");
+  write(b, "orgue.set", save(a, "orgue.set"));
+  b.m.File1.click();  // no entry picked: nothing
+  EXPECT_EQ(b.s.nom_fichier_set, "");
+  pick(b, "orgue.set");
+  EXPECT_EQ(b.s.nom_fichier_set, "orgue.set");
+  EXPECT_EQ(lignes_parametres(b.m, b.s), lignes_parametres(a.m, a.s));
+  EXPECT_TRUE(b.m.Ouvre_midi.enabled() && b.m.Avance.enabled());
+  EXPECT_EQ(b.m.Label_defautP.text(), "Ouvrir un fichier Midi");
+}
+
+TEST(ParameterLoad, LinesThatCountAndShortFiles) {
+  SimDesk a;
+  const Lines full = defaults(a);
+  // What, where the file stops (then its empty line), NBTouches, Check1,
+  // Dist_cartons, dcycle_pwm enabled, and the lines changed. Text17 comes
+  // out 6 whether saved, empty or missing.
+  const std::tuple<const char*, int, std::string, int, std::string, bool, std::vector<std::pair<int, std::string>>>
+      cases[] = {
+          {"17 over 18, 162 over 151", 162, "12", 0, "300", false, {{17, "12"}, {18, "40"}, {151, " 1"}, {162, " 0"}}},
+          {"an empty Text17", 162, "29", 0, "250", false, {{157, ""}, {159, "250"}, {160, " 0"}}},
+          {"156 lines: the rest as it was", 156, "29", 1, "77", true, {{155, "4"}, {158, " 1"}, {159, "111"}}},
+          {"line 160 no number ends the file", 162, "29", 1, "300", true, {{160, "oui"}, {161, "99"}}},
+      };
+  for (const auto& [what, keep_lines, touches, check1, dist, dcycle, changes] : cases) {
+    SCOPED_TRACE(what);
+    SimDesk d;
+    // What the fields held before the load, for the lines a short file lacks.
+    d.m.Check1.set_value(1);
+    d.m.Text17.set_text("9");
+    d.m.Dist_cartons.set_text(keep_lines < 162 ? "77" : "5");
+    Lines f = full;
+    for (const auto& [line, text] : changes) f[static_cast<size_t>(line - 1)] = text;
+    f.resize(static_cast<size_t>(keep_lines));
+    load(d, f);
+    EXPECT_EQ(Lines({d.m.NBTouches.text(), d.m.Text17.text(), d.m.Dist_cartons.text()}), Lines({touches, "6", dist}));
+    EXPECT_EQ(d.m.Check1.value(), check1);
+    EXPECT_EQ(d.m.dcycle_pwm.enabled(), dcycle);
+    EXPECT_TRUE(d.m.Ouvre_midi.enabled());
+    EXPECT_TRUE(d.p.sim_dialogs().boxes.empty());
+  }
+  // Check6 set: a reminder of the heel, and the load waits for it.
+  SimDesk d;
+  Lines f = full;
+  f[157] = " 1";
+  load(d, f);
+  EXPECT_EQ(d.p.sim_dialogs().boxes, (Lines{"Penser à vérifier la valeur du talon"}));
+}
+
+TEST(ParameterLoad, WithAContextRestoredTheContextsFileIsLoadedAndAMissingOneIsSaid) {
+  SimDesk d;
+  d.m.vitesse.set_text("41");
+  save(d, "ctx.set");
+  d.m.vitesse.set_text("42");
+  save(d, "other.set");
+  d.s.reprise_contexte = true;
+  d.s.nom_fichier_set = "ctx.set";
+  pick(d, "other.set");
+  EXPECT_EQ(d.m.vitesse.text(), "41");
+  EXPECT_EQ(d.s.nom_fichier_set, "ctx.set");
+  EXPECT_EQ(d.m.Label_defautP.text(), "Ouverture d'un fichier Midi");
+  SimDesk e;
+  e.m.File1.set_rows({"parti.set"});
+  e.m.File1.set_selected(0);
+  e.m.File1.click();
+  EXPECT_EQ(e.m.Label_defautP.text(), "Fichier de paramètres illisible : " + e.home + "parti.set");
+  EXPECT_FALSE(e.m.Ouvre_midi.enabled());
+}
+
+// A parameter file from another folder joins the list and is loaded; a name
+// saved without ".set" gets it, so that the list shows it.
+TEST(ParameterLoad, FromAnyFolderAndSavedWithoutItsExtension) {
+  SimDesk a;
+  a.m.Text3.set_text("Orgue de salon");
+  fs::create_directories(a.home + "ailleurs");
+  a.p.sim_dialogs().save_answers.push_back(a.home + "ailleurs/salon");
+  a.m.Sauve_param.click();
+  ASSERT_FALSE(a.read_file("ailleurs/salon.set").empty());
+  EXPECT_TRUE(a.m.File1.rows().empty()) << "saved elsewhere: not in the list";
+  // Set: another file of that name is in the list, and the answer. Then what
+  // the console holds afterwards.
+  const std::tuple<const char*, std::optional<BoxAnswer>, const char*> cases[] = {
+      {"copied in and loaded", std::nullopt, "Orgue de salon"},
+      {"another of that name, replaced", BoxAnswer::Yes, "Orgue de salon"},
+      {"another of that name, kept", BoxAnswer::No, ""},
+  };
+  for (const auto& [what, replace, text3] : cases) {
+    SimDesk d;
+    d.m.Text3.set_text("");
+    if (replace) {
+      write(d, "salon.set", {"Autre orgue"});
+      d.p.sim_dialogs().box_answers.push_back(*replace);
+    }
+    d.p.sim_dialogs().open_answers.push_back(a.home + "ailleurs/salon.set");
+    d.m.Ouvre_param.click();
+    EXPECT_EQ(d.m.Text3.text(), text3) << what;
+    EXPECT_EQ(d.m.File1.rows(), Lines{"salon.set"}) << what;
+    EXPECT_EQ(d.p.sim_dialogs().boxes.size(), replace ? 1u : 0u) << what;
+  }
+}
+
+TEST(ParameterLoad, MotorPageShowingSendsTheFramesInLineOrderThenTheBurst) {
+  SimConsole d;
+  ASSERT_TRUE(d.connect(10));
+  Lines f = defaults(d);
+  // VitesseX, VitesseY, MaxZ, TempoZ, Text_origineX, dcycle_pwm
+  for (auto [line, text] : {std::pair{4, "300"}, {5, "400"}, {6, "21"}, {7, "22"}, {8, "33"}, {160, "44"}})
+    f[line] = text;
+  d.m.fenetre_moteurs.click();
+  const auto from = d.mark();
+  load(d, f);
+  const Lines frames = d.frame_bytes(from);
+  ASSERT_GE(frames.size(), 6u);
+  EXPECT_EQ(Lines(frames.begin(), frames.begin() + 5),
+            (Lines{"PX00300\n", "PY00400\n", "MZ00021\n", "IZ00022\n", "OX00033\n"}));
+  // Then the burst of param_arduino, which begins with NUxxxxx.
+  EXPECT_NE(std::find(frames.begin() + 5, frames.end(), "NUxxxxx\n"), frames.end());
+}
+
+using Hole = std::pair<int, int64_t>;
+
+// Division 480 at the default tempo: a held note, a chord of two short notes,
+// a held note after it. With the default console (13.83 ms a step, punch 3
+// steps) its rows fall at steps 2 (60 on) to 35, 74 (62, 64) to 78, and 82
+// (67) to 116, with PASY rows every 3 steps: 115 and 116 follow each other.
+std::string piece() {
+  const std::string events = dt(0) + "90 3C 64 " + dt(480) + "80 3C 40 " + dt(480) + "90 3E 64 00 90 40 64 " + dt(96) +
+                             "80 3E 40 00 80 40 40 " + dt(0) + "90 43 64 " + dt(500) + "80 43 40 " + dt(0) + "FF 2F 00";
+  return header(0, 1, 480) + track(events);
+}
+
+// A console with the board (or another console's board), the sample
+// instrument saved and loaded from File1, the piece opened.
+struct Desk : SimConsole {
+  explicit Desk(BoardModel* shared = nullptr) {
+    if (!shared) return;
+    other = std::make_unique<BoardPeer>(p, *shared);
+    p.sim_serial().add_port(10, other.get());
+  }
+  std::string write_piece(const std::string& name) {
+    std::ofstream(home + name, std::ios::binary) << piece();
+    return home + name;
+  }
+  std::string instrument_and_piece(const std::string& name = "piece.mid") {
+    if (!fs::exists(home + name)) write_piece(name);
+    save(*this, "orgue.set");
+    pick(*this, "orgue.set");
+    p.sim_dialogs().open_answers.push_back(home + name);
+    m.Ouvre_midi.click();
+    return home + name;
+  }
+  void restore(const std::string& file) {
+    p.sim_dialogs().open_answers.push_back(file);
+    m.Restitue_contexte.click();
+  }
+  std::set<Hole> holes() const {
+    std::set<Hole> h;
+    for (const auto& x : board.holes()) h.insert({x.x_steps, x.y_steps});
+    return h;
+  }
+  std::unique_ptr<BoardPeer> other;
+};
+
+TEST(Restore, TheRunResumedOnTheStepAfterAnEventPutsEveryHoleInPlace) {
+  Desk reference;
+  reference.instrument_and_piece();
+  reference.m.Command11.click();
+  ASSERT_GT(reference.board.holes().size(), 15u);
+  // The program stops (killed) at the hole of step 116: the context written
+  // after that step's Y move holds 116.
+  Desk first;
+  first.instrument_and_piece();
+  first.m.subscribe([&](Element& e, Prop prop) {
+    if (&e == &first.m.LabelY && prop == Prop::Text && e.text() == "116")
+      first.p.at(first.p.now() + 40, [&] { first.p.terminate_now(); });
+  });
+  EXPECT_THROW(first.m.Command11.click(), SimProcessEnded);
+  const Lines saved = split_cp1252_lines(first.read_file(kContexteAuto));
+  ASSERT_GT(saved.size(), 3u);
+  EXPECT_EQ(Lines(saved.begin(), saved.begin() + 2), (Lines{"orgue.set", "116"}));
+  // A new program on the same machine, the card where it stopped.
+  Desk second(&first.board);
+  for (const char* f : {"orgue.set", kContexteAuto})
+    fs::copy_file(first.home + f, second.home + f, fs::copy_options::overwrite_existing);
+  second.p.at(first.p.now(), [] {});
+  while (second.p.now() < first.p.now()) second.p.turn();
+  second.restore(second.home + kContexteAuto);
+  ASSERT_TRUE(second.m.Command11.enabled()) << second.m.Label_defautP.text();
+  // The fields as the restore fills them: floor(116 x 13.8333) = 1604,
+  // which gives back step 115, where note 67 has a hole too.
+  EXPECT_EQ(Lines({second.m.Text7.text(), second.m.Deb_perf_mn.text(), second.m.Deb_perf_sec.text()}),
+            (Lines{"1604", "0", "1"}));
+  EXPECT_TRUE(second.s.reprise_contexte && second.s.reprise_sans_avance);
+  EXPECT_EQ(second.m.Label_defautP.text().rfind("Contexte restitué : Perfo_en_cours.sav (pas 116, ", 0), 0u)
+      << second.m.Label_defautP.text();
+  second.m.Command11.click();
+  EXPECT_EQ(second.m.Label_defautP.text(), "Perforation terminée");
+  // Every hole of the uninterrupted run, and none elsewhere: the hole of
+  // step 116 made before the stop is made again at its own place.
+  EXPECT_EQ(first.holes(), reference.holes());
+  EXPECT_LE(first.board.holes().size() - reference.board.holes().size(), 1u);
+}
+
+TEST(Restore, AYMoveUnderWayIsPutToTheOperator) {
+  for (BoxAnswer answer : {BoxAnswer::Yes, BoxAnswer::No}) {
+    Desk d;
+    d.instrument_and_piece();
+    d.s.avance_Y_en_cours = RunState::AvanceY{147, 150};
+    d.m.LabelY.set_text("147");
+    ASSERT_TRUE(sauve_contexte_auto(d.c));
+    EXPECT_NE(d.read_file(kContexteAuto).find("\r\n\r\navance_Y_en_cours 147 150\r\n\r\n"), std::string::npos);
+    d.s.avance_Y_en_cours.reset();
+    d.p.sim_dialogs().box_answers.push_back(answer);
+    d.restore(d.home + kContexteAuto);
+    ASSERT_EQ(d.p.sim_dialogs().boxes.size(), 1u);
+    EXPECT_NE(d.p.sim_dialogs().boxes[0].find("du pas 147 au pas 150"), std::string::npos);
+    const int y = answer == BoxAnswer::Yes ? 150 : 147;
+    EXPECT_EQ(d.s.y_reprise, y);
+    EXPECT_EQ(d.m.Text7.text(), str_plain(std::floor(d.s.ms_par_pas * y)));
+  }
+}
+
+TEST(Restore, FailuresNameTheFileAndTheLineAndOfferNoRun) {
+  Desk d;
+  d.instrument_and_piece();
+  ASSERT_TRUE(sauve_contexte_auto(d.c));
+  const Lines good = split_cp1252_lines(d.read_file(kContexteAuto));
+  const std::string sav = d.home + "c.sav";
+  const std::tuple<const char*, std::function<void(Lines&)>, std::string> cases[] = {
+      {"parameter file missing", [](Lines& l) { l[0] = "parti.set"; }, "ligne 1 : fichier de paramètres "},
+      {"line 3 no number", [](Lines& l) { l[2] = "beaucoup"; }, "ligne 3 : le nombre de perforations « beaucoup »"},
+      {"rang_fichier no number", [](Lines& l) { l[62] = " un"; }, "ligne 63 : le rang du fichier « "},
+      {"stops early", [](Lines& l) { l.resize(30); }, "le fichier s'arrête à la ligne 31"},
+      {"another NBTouches", [](Lines& l) { l.erase(l.begin() + 59, l.begin() + 61); }, "enregistré pour 28 notes"},
+      {"piece gone", [](Lines& l) { l[61] = "/nulle/part.mid"; }, "ligne 62 : "},
+  };
+  for (const auto& [what, edit, says] : cases) {
+    Lines l = good;
+    edit(l);
+    std::ofstream(sav, std::ios::binary) << texte_fichier(l);
+    d.s.reprise_contexte = false;
+    d.restore(sav);
+    const std::string said = d.m.Label_defautP.text();
+    EXPECT_EQ(said.rfind("Contexte non restitué : " + sav + " : ", 0), 0u) << what << ": " << said;
+    EXPECT_NE(said.find(says), std::string::npos) << what << ": " << said;
+    EXPECT_FALSE(d.s.reprise_contexte) << what;
+  }
+  // A cancel reads nothing and leaves the flags as they were.
+  d.s.reprise_contexte = true;
+  d.m.Restitue_contexte.click();
+  EXPECT_TRUE(d.s.reprise_contexte);
+}
+
+TEST(Restore, AChainStoppedInTheSecondOfThreeFilesGoesOnToTheThird) {
+  Desk d;
+  const Lines files{d.instrument_and_piece("a.mid"), d.write_piece("b.mid"), d.write_piece("c.mid")};
+  d.m.Liste_fichiers.set_rows(files);
+  d.s.rang_fichier = 1;
+  d.s.fichiers_restants = 2;
+  d.s.chemin_midi = files[1];
+  d.m.LabelY.set_text("0");
+  ASSERT_TRUE(sauve_contexte_auto(d.c));
+  d.m.Liste_fichiers.set_rows({"something else"});
+  d.restore(d.home + kContexteAuto);
+  EXPECT_EQ(d.m.Liste_fichiers.rows(), files);
+  EXPECT_EQ(d.m.Text7.text(), "0");
+  d.m.Command11.click();
+  EXPECT_EQ(d.s.chemin_midi, files[2]);
+  EXPECT_EQ((std::vector<int>{d.s.rang_fichier, d.s.fichiers_restants}), (std::vector<int>{2, 0}));
+  EXPECT_EQ(d.m.Label_defautP.text(), "Perforation terminée");
+}
+
+}  // namespace
+}  // namespace brivel::test
