@@ -1,16 +1,13 @@
-#include "app/script_runner.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 #include <sstream>
 
+#include "app/script_runner.h"
 #include "support/punch_rig.h"
-#include "support/sim_console.h"
 
 namespace brivel::test {
 namespace {
@@ -20,151 +17,84 @@ struct Scripted : SimConsole {
   ScriptRunner runner{app, p.sim_dialogs(), out};
 };
 
-TEST(ScriptRunner, PlaysOperatorActions) {
+// Tabs separate like blanks; the text is the rest after one blank; nothing
+// typed is an empty field. A lamp reads as its palette colour, a check box as
+// its value, a hidden button as its caption.
+TEST(ScriptRunner, PlaysOperatorActionsReadsByKindAndQueuesDialogAnswers) {
   Scripted t;
   ScriptResult r = t.runner.run(
       "# connect and move\n"
-      "click fenetre_moteurs\n"
-      "set AdressePort 1\n"
-      "set AdressePort 10\n"
-      "check Demipas 0\n"
-      "set nb_PasX 12\n"
-      "click CommandeX_P\n"
-      "wait LabelX = 12 5\n"
-      "expect Demipas = 0\n"
-      "print Shape1\n"
-      "answer open /a/b.mid /a/c.mid\n"
-      "answer yes\n"
-      "answer input 10:30\n");
-  EXPECT_EQ(r.status, ScriptStatus::Ok) << r.message;
-  EXPECT_EQ(t.out.str(), "Shape1=10\n") << "a lamp reads as its palette colour";
-  ASSERT_EQ(t.p.sim_dialogs().open_answers.size(), 1u);
-  EXPECT_EQ(t.p.sim_dialogs().open_answers[0], std::string("/a\0b.mid\0c.mid", 14));
-  EXPECT_EQ(t.p.sim_dialogs().box_answers.front(), BoxAnswer::Yes);
+      "click fenetre_moteurs\nset AdressePort 1\nset AdressePort 10\ncheck Demipas 0\nset\tnb_PasX\t12\n"
+      "click CommandeX_P\nwait LabelX = 12 5\nexpect Demipas = 0\nprint Shape1\nprint nb_PasX\n"
+      "set VitesseX  7\nprint VitesseX\nset Text_origineX\nprint Text_origineX\nprint Demipas\nprint About.nb_trou\n"
+      "expect nb_PasX ~ 1[0-9]\nexpect Label_defautP ~ Aucun fichier de paramètres.*\n"
+      "click fenetre_notes\ncheck Valcalc 1\nprint Valcalc\n"
+      "answer open /a/b.mid /a/c.mid\nanswer open /pieces/valse.mid\nanswer save /tmp/x.set\n"
+      "answer yes\nanswer no\nanswer ok\nanswer input 10 h 30\nanswer input\n");
+  ASSERT_EQ(r.status, ScriptStatus::Ok) << r.message;
+  EXPECT_EQ(t.out.str(), "Shape1=10\nnb_PasX=12\nVitesseX= 7\nText_origineX=\nDemipas=0\nAbout.nb_trou=\nValcalc=1\n");
+  EXPECT_EQ(t.m.Demipas.value(), 0);
+  QueuedDialogs& d = t.p.sim_dialogs();
+  // A selection of several files: the folder, then each name, NUL-separated.
+  EXPECT_EQ(d.open_answers, (std::deque<std::string>{std::string("/a\0b.mid\0c.mid", 14), "/pieces/valse.mid"}));
+  EXPECT_EQ(d.save_answers, std::deque<std::string>{"/tmp/x.set"});
+  EXPECT_EQ(d.box_answers, (std::deque<BoxAnswer>{BoxAnswer::Yes, BoxAnswer::No, BoxAnswer::Ok}));
+  EXPECT_EQ(d.input_answers, (std::deque<std::optional<std::string>>{"10 h 30", ""}));
 }
 
 TEST(ScriptRunner, FailuresAndErrorsNameTheLine) {
-  struct Case {
-    const char* script;
-    ScriptStatus status;
-    int line;
-  } cases[] = {
+  const std::tuple<const char*, ScriptStatus, int> failures[] = {
       {"expect VitesseX = 5000\nexpect VitesseX = 4000\n", ScriptStatus::Failed, 2},
       {"click Command11\n", ScriptStatus::Failed, 1},       // disabled at start
       {"wait LabelX = 99 0.5\n", ScriptStatus::Failed, 1},  // never comes
-      {"\nfly away\n", ScriptStatus::ScriptError, 2},
-      {"set NoSuchField 3\n", ScriptStatus::ScriptError, 1},
-      {"set Label4 x\n", ScriptStatus::ScriptError, 1},  // not a text field
-      {"check Demipas 7\n", ScriptStatus::ScriptError, 1},
-      {"wait LabelX ~ (\n", ScriptStatus::ScriptError, 1},
       {"select File1 absent.set\n", ScriptStatus::Failed, 1},
-      {"answer open\n", ScriptStatus::ScriptError, 1},
-      {"answer open /a/x.mid /b/y.mid\n", ScriptStatus::ScriptError, 1},  // a selection lies in one folder
-      {"answer maybe\n", ScriptStatus::ScriptError, 1},
-      {"check Valcalc 2\n", ScriptStatus::ScriptError, 1},  // an option is on or off
-      {"check nb_PasX 1\n", ScriptStatus::ScriptError, 1},
-      {"select Demipas x\n", ScriptStatus::ScriptError, 1},
-      {"click Nowhere\n", ScriptStatus::ScriptError, 1},
-      {"print Nowhere\n", ScriptStatus::ScriptError, 1},
-      {"pause soon\n", ScriptStatus::ScriptError, 1},
-      {"pause -5\n", ScriptStatus::ScriptError, 1},
-      {"pause inf\n", ScriptStatus::ScriptError, 1},
-      {"wait LabelX 12\n", ScriptStatus::ScriptError, 1},
-      {"wait LabelX = a b inf\n", ScriptStatus::ScriptError, 1},  // a limit that never comes
-      {"wait LabelX = a b -1\n", ScriptStatus::ScriptError, 1},
-      {"wait LabelX = a b nan\n", ScriptStatus::ScriptError, 1},
-      {"quit now\n", ScriptStatus::ScriptError, 1},  // words behind a command are refused, not dropped
-      {"answer yes please\n", ScriptStatus::ScriptError, 1},
-      {"print LabelX LabelY\n", ScriptStatus::ScriptError, 1},
-      {"click Command11 twice\n", ScriptStatus::ScriptError, 1},
-      {"expect LabelX == 12\n", ScriptStatus::ScriptError, 1},
+      {"\nfly away\n", ScriptStatus::ScriptError, 2},
   };
-  for (const auto& c : cases) {
+  for (auto [script, status, line] : failures) {
     Scripted t;
-    ScriptResult r = t.runner.run(c.script);
-    EXPECT_EQ(r.status, c.status) << c.script;
-    EXPECT_EQ(r.line, c.line) << c.script;
+    ScriptResult r = t.runner.run(script);
+    EXPECT_EQ(std::pair(r.status, r.line), std::pair(status, line)) << script;
   }
-}
-
-TEST(ScriptRunner, TypingChecksAndReadingByKind) {
+  // Script errors on their first line: a label is no text field, a
+  // selection lies in one folder, an option is on or off, a limit must come,
+  // and words behind a command are refused, not dropped.
+  std::istringstream errors(
+      "set NoSuchField 3\nset Label4 x\ncheck Demipas 7\nwait LabelX ~ (\nanswer open\n"
+      "answer open /a/x.mid /b/y.mid\nanswer maybe\ncheck Valcalc 2\ncheck nb_PasX 1\nselect Demipas x\n"
+      "click Nowhere\nprint Nowhere\npause soon\npause -5\npause inf\nwait LabelX 12\n"
+      "wait LabelX = a b inf\nwait LabelX = a b -1\nwait LabelX = a b nan\nquit now\nanswer yes please\n"
+      "print LabelX LabelY\nclick Command11 twice\nexpect LabelX == 12\n");
+  for (std::string script; std::getline(errors, script);) {
+    Scripted t;
+    ScriptResult r = t.runner.run(script + "\n");
+    EXPECT_EQ(std::pair(r.status, r.line), std::pair(ScriptStatus::ScriptError, 1)) << script;
+  }
+  // A failure says the line, and what was seen.
   Scripted t;
-  ScriptResult r = t.runner.run(
-      "click fenetre_moteurs\n"
-      "set\tnb_PasX\t12\n"  // tabs separate like blanks
-      "print nb_PasX\n"
-      "set VitesseX  7\n"  // the text is the rest after one blank
-      "print VitesseX\n"
-      "set Text_origineX\n"  // nothing typed: an empty field
-      "print Text_origineX\n"
-      "check Demipas 0\n"
-      "print Demipas\n"        // a check box reads as its value
-      "print About.nb_trou\n"  // a hidden button reads as its caption
-      "expect nb_PasX ~ 1[0-9]\n"
-      "expect Label_defautP ~ Aucun fichier de paramètres.*\n"
-      "click fenetre_notes\n"
-      "check Valcalc 1\n"
-      "print Valcalc\n");
-  ASSERT_EQ(r.status, ScriptStatus::Ok) << r.message;
-  EXPECT_EQ(t.out.str(),
-            "nb_PasX=12\n"
-            "VitesseX= 7\n"
-            "Text_origineX=\n"
-            "Demipas=0\n"
-            "About.nb_trou=\n"
-            "Valcalc=1\n");
-  EXPECT_EQ(t.m.Demipas.value(), 0);
-}
-
-TEST(ScriptRunner, WhatTheOperatorCannotReachIsAFailure) {
-  Scripted t;
+  EXPECT_EQ(t.runner.run("expect VitesseX = 4000\n").message,
+            "ligne 1 : expect VitesseX = 4000\n  attendu VitesseX = « 4000 », lu « 5000 »");
   t.m.nb_PasX.set_enabled(false);
   ScriptResult r = t.runner.run("click fenetre_moteurs\n# greyed out\nset nb_PasX 5\n");
-  EXPECT_EQ(r.status, ScriptStatus::Failed);
-  EXPECT_EQ(r.line, 3);
+  EXPECT_EQ(std::pair(r.status, r.line), std::pair(ScriptStatus::Failed, 3));
   EXPECT_EQ(r.message.rfind("ligne 3 : set nb_PasX 5\n", 0), 0u) << r.message;
-  EXPECT_EQ(t.m.nb_PasX.text(), "200") << "nothing typed";
+  EXPECT_EQ(t.m.nb_PasX.text(), "200") << "nothing typed where the operator cannot reach";
 }
 
-TEST(ScriptRunner, AFailedExpectSaysWhatWasSeen) {
-  Scripted t;
-  ScriptResult r = t.runner.run("expect VitesseX = 4000\n");
-  EXPECT_EQ(r.status, ScriptStatus::Failed);
-  EXPECT_EQ(r.message, "ligne 1 : expect VitesseX = 4000\n  attendu VitesseX = « 4000 », lu « 5000 »");
-}
-
-TEST(ScriptRunner, DialogAnswersAreQueuedInOrder) {
-  Scripted t;
-  ScriptResult r = t.runner.run(
-      "answer open /pieces/valse.mid\n"
-      "answer save /tmp/x.set\n"
-      "answer no\n"
-      "answer ok\n"
-      "answer input 10 h 30\n"
-      "answer input\n");
-  ASSERT_EQ(r.status, ScriptStatus::Ok) << r.message;
-  QueuedDialogs& d = t.p.sim_dialogs();
-  EXPECT_EQ(d.open_answers, std::deque<std::string>{"/pieces/valse.mid"});
-  EXPECT_EQ(d.save_answers, std::deque<std::string>{"/tmp/x.set"});
-  EXPECT_EQ(d.box_answers, (std::deque<BoxAnswer>{BoxAnswer::No, BoxAnswer::Ok}));
-  ASSERT_EQ(d.input_answers.size(), 2u);
-  EXPECT_EQ(d.input_answers[0], std::optional<std::string>("10 h 30"));
-  EXPECT_EQ(d.input_answers[1], std::optional<std::string>(""));
-}
-
-TEST(ScriptRunner, WaitsAndPausesRunOnTheConsoleClock) {
+TEST(ScriptRunner, WaitsAndPausesRunOnTheConsoleClockThenQuit) {
   Scripted t;
   int32_t t0 = t.p.tick_ms();
   ASSERT_EQ(t.runner.run("pause 250\n").status, ScriptStatus::Ok);
   EXPECT_GT(t.p.tick_ms() - t0, 250);
   t0 = t.p.tick_ms();
-  ScriptResult r = t.runner.run("wait LabelX = 99 2\n");
-  EXPECT_EQ(r.status, ScriptStatus::Failed);
+  EXPECT_EQ(t.runner.run("wait LabelX = 99 2\n").status, ScriptStatus::Failed);
   EXPECT_GE(t.p.tick_ms() - t0, 2000) << "a wait gives up after its own time";
   EXPECT_LT(t.p.tick_ms() - t0, 2200);
   t0 = t.p.tick_ms();
   ASSERT_EQ(t.runner.run("wait LabelX = 0\n").status, ScriptStatus::Ok);
   EXPECT_EQ(t.p.tick_ms(), t0) << "a wait that already holds takes no time";
+  t.p.at(t0 + 3000, [&] { t.m.Label_defautP.set_text("Prêt à perforer"); });
+  EXPECT_EQ(t.runner.run("wait Label_defautP ~ Prêt.* 10\n").status, ScriptStatus::Ok);
+  EXPECT_THROW(t.runner.run("quit\n"), SimProcessEnded);
 }
 
 // "start": the next lines are an operator's clicks during the run. A pause
@@ -172,7 +102,7 @@ TEST(ScriptRunner, WaitsAndPausesRunOnTheConsoleClock) {
 // same piece punched straight through has it; one is punched twice.
 TEST(ScriptRunner, StartPlaysTheNextLinesInsideTheHandler) {
   const std::string piece = fichier_evenements({note_line(1000, 60, 500), note_line(2000, 62, 100)}, 2200);
-  auto places = [](const PunchRig& r) {
+  const auto places = [](const PunchRig& r) {
     auto h = r.holes();
     return std::set<std::pair<int, int>>(h.begin(), h.end());
   };
@@ -183,36 +113,30 @@ TEST(ScriptRunner, StartPlaysTheNextLinesInsideTheHandler) {
       "start Command11\nwait Label_defautP = Perforation en cours\nwait gauge1 ~ [3-9]\nclick Command12\n"
       "wait Command12 = Continuer\npause 500\nclick fenetre_moteurs\nset nb_PasX 100\nclick CommandeX_P\n"
       "click OrigineX_M\nclick fenetre_perforation\nclick Command12\n";
-  struct Case {
-    std::string script;
-    ScriptStatus status;
-    int line;
-    size_t holes;  // beyond the straight run's
-  } cases[] = {
+  // The script, its outcome and line, and the holes beyond the straight run's.
+  const std::tuple<std::string, ScriptStatus, int, size_t> cases[] = {
       {pause + "finish\nexpect Label_defautP = Perforation terminée\n", ScriptStatus::Ok, 0, 1},
       {pause + "wait Label_defautP = Perforation terminée\nquit\n", ScriptStatus::Failed, 14, 1},
       {"start Command11\nwait Label_defautP = Perforation en cours\nfinish\nfinish\nquit\n", ScriptStatus::Ok, 5, 0},
   };
-  for (const auto& k : cases) {
+  for (const auto& [script, status, line, extra] : cases) {
+    SCOPED_TRACE(script);
     PunchRig r;
     ASSERT_TRUE(r.load(piece));
     std::ostringstream out;
     ScriptRunner runner{r.app, r.p.sim_dialogs(), out};
     ScriptResult res{};
     try {
-      res = runner.run(k.script);
+      res = runner.run(script);
     } catch (const SimProcessEnded&) {
       res.line = 5;  // the quit sequence ends the simulated process
     }
-    EXPECT_EQ(res.status, k.status) << k.script << res.message;
-    EXPECT_EQ(res.line, k.line) << k.script;
-    if (k.status == ScriptStatus::Failed) {
-      EXPECT_NE(res.message.find("quit refusé"), std::string::npos) << res.message;
-    }
+    EXPECT_EQ(std::pair(res.status, res.line), std::pair(status, line)) << res.message;
+    EXPECT_EQ(status == ScriptStatus::Failed, res.message.find("quit refusé") != std::string::npos) << res.message;
     const auto f = r.frame_bytes(0);
-    EXPECT_EQ(static_cast<size_t>(std::count(f.begin(), f.end(), "mX00100\n")), k.holes) << "the hand move went out";
-    EXPECT_EQ(places(r), places(straight)) << k.script;
-    EXPECT_EQ(r.holes().size(), straight.holes().size() + k.holes) << k.script;
+    EXPECT_EQ(static_cast<size_t>(std::count(f.begin(), f.end(), "mX00100\n")), extra) << "the hand move went out";
+    EXPECT_EQ(places(r), places(straight));
+    EXPECT_EQ(r.holes().size(), straight.holes().size() + extra);
   }
 }
 
@@ -221,25 +145,17 @@ TEST(ScriptRunner, StartPlaysTheNextLinesInsideTheHandler) {
 TEST(FirmwareImage, CopiedFromTheInstallationOnce) {
   namespace fs = std::filesystem;
   const fs::path root = fs::path(::testing::TempDir()) / "brivel-install";
+  const fs::path image = root / "home/Brivel_uploader/Binaire/Brivel.cpp.hex";
   fs::remove_all(root);
   fs::create_directories(root / "bin");
   fs::create_directories(root / "share/brivel/Brivel_uploader/Binaire");
   std::ofstream(root / "share/brivel/Brivel_uploader/Binaire/Brivel.cpp.hex") << ":00000001FF\n";
-  const std::string home = (root / "home").string() + "/";
-  fournit_microprogramme((root / "bin").string(), home);
-  const fs::path image = root / "home/Brivel_uploader/Binaire/Brivel.cpp.hex";
-  ASSERT_TRUE(fs::exists(image));
-  std::ofstream(image) << "mine";
-  fournit_microprogramme((root / "bin").string(), home);
-  std::ifstream in(image);
-  EXPECT_EQ(std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>()), "mine");
-}
-
-TEST(ScriptRunner, WaitAndQuit) {
-  Scripted t;
-  t.p.at(3000, [&] { t.m.Label_defautP.set_text("Prêt à perforer"); });
-  EXPECT_EQ(t.runner.run("wait Label_defautP ~ Prêt.* 10\n").status, ScriptStatus::Ok);
-  EXPECT_THROW(t.runner.run("quit\n"), SimProcessEnded);
+  for (const char* want : {":00000001FF\n", "mine"}) {
+    fournit_microprogramme((root / "bin").string(), (root / "home").string() + "/");
+    std::ifstream in(image);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), want);
+    std::ofstream(image) << "mine";
+  }
 }
 
 }  // namespace
