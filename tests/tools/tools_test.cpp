@@ -193,7 +193,7 @@ TEST(Detectors, LampColoursFromTheReply) {
 }
 
 // With Check1 the reply OOOOO lights only Poin_H and Det_L.
-TEST(Detectors, ViewPollsUntilSwitchedOff) {
+TEST(Detectors, ViewPollsUntilSwitchedOffOrTheMachineGoes) {
   ToolsRig r;
   const auto lamps = [&r] {
     return Lamps{r.m.Poin_B.color(), r.m.Poin_H.color(), r.m.Det_L(4).color(), r.m.Det_T(3).color()};
@@ -229,10 +229,7 @@ TEST(Detectors, ViewPollsUntilSwitchedOff) {
   const auto off = r.mark();
   r.p.run_for(500);
   EXPECT_EQ(r.mark(), off);
-}
-
-TEST(Detectors, ViewStopsWhenTheMachineGoes) {
-  ToolsRig r;
+  // On again, then the machine goes.
   r.m.visu_detecteurs.operator_click();
   r.p.run_for(300);
   r.p.sim_serial().close();
