@@ -5,12 +5,15 @@
 #include "console/pages.h"
 #include "core/cp1252.h"
 #include "link/line.h"
+#include "run/engine/progress.h"
+#include "run/origin/origin.h"
 #include "support/link_rig.h"
 
 namespace brivel::test {
 namespace {
 
 using Texts = std::pair<std::string, std::string>;
+using Strings = std::vector<std::string>;
 
 struct Machine : LinkRig {
   Machine() {
@@ -18,8 +21,6 @@ struct Machine : LinkRig {
     m.Demipas.set_value(0);
     s.sens_X = true;
   }
-  // The fault caption and the service line together.
-  Texts texts() const { return {m.Label_defaut.text(), m.Label_defautP.text()}; }
   bool suspended() const {
     return s.etat_pause == 1 && m.Command12.text() == "Continuer" && m.fenetre_moteurs.enabled() &&
            m.fenetre_notes.enabled();
@@ -35,8 +36,6 @@ struct Machine : LinkRig {
     if (code == "CZ") cycle_Z(c);
   }
 };
-
-Texts saved(const std::string& caption) { return {caption, caption + " - Contexte sauvegardé"}; }
 
 TEST(Motion, TheFramesOfOneHoleAndTheWorkingSequence) {
   Machine r;
@@ -61,32 +60,26 @@ TEST(Motion, TheFramesOfOneHoleAndTheWorkingSequence) {
   EXPECT_EQ(r.frames(from), F({{t, "AGxxxxx\n"}, {u, "MY00720\n"}, {u + 27, "MX01200\n"}, {u + 54, "CZxxxxx\n"},
                                {u + 56, "ZGxxxxx\n"}}));
   EXPECT_EQ(r.p.now(), u + 56 + 26);
-  EXPECT_EQ(r.s.etat_pause, 0);
   EXPECT_FALSE(r.m.WD_timer.enabled());
   EXPECT_EQ(r.m.E(7).color(), palette::kWhite);
+  r.p.run_for(2000);  // a prompt reply leaves no watchdog behind
+  EXPECT_EQ(r.s.watchdog_echu, 0);
+  EXPECT_EQ(r.s.etat_pause, 0);
 }
 
-TEST(Motion, FourXCodesByDirectionAndHalfStep) {
-  struct Case {
-    bool sens;
-    int demipas;
-    const char *steps, *frame;
-    int16_t counter_after;  // from 100
-  } cases[] = {
-      {true, 0, "40", "MX00040\n", 140},   {true, 1, "40", "mX00040\n", 140}, {false, 0, "40", "Mx00040\n", 60},
-      {false, 1, "40", "mx00040\n", 60},   {false, 0, "0", "Mx00000\n", 100},
-      {true, 0, "12.5", "MX00013\n", 112},  // the frame rounds away from zero, the counter to even
-  };
-  for (const auto& k : cases) {
+TEST(Motion, XCodeByDirectionAndHalfStep) {
+  // The other three codes are in the run's frames; the frame rounds away from zero, the counter to even.
+  for (auto [sens, demipas, steps, frame, counter] :
+       {std::tuple{false, 1, "40", "mx00040\n", 60}, {true, 0, "12.5", "MX00013\n", 112}}) {
     Machine r;
-    r.m.Demipas.set_value(k.demipas);
-    r.s.sens_X = k.sens;
+    r.m.Demipas.set_value(demipas);
+    r.s.sens_X = sens;
     r.s.compteur_X = 100;
-    r.m.nb_PasX.set_text(k.steps);
+    r.m.nb_PasX.set_text(steps);
     auto from = r.mark();
     deplace_X(r.c);
-    EXPECT_EQ(r.frame_bytes(from), std::vector<std::string>{k.frame});
-    EXPECT_EQ(r.s.compteur_X, k.counter_after) << k.frame;
+    EXPECT_EQ(r.frame_bytes(from), Strings{frame});
+    EXPECT_EQ(r.s.compteur_X, counter) << frame;
   }
 }
 
@@ -101,10 +94,14 @@ TEST(Motion, FaultsSuspendSaveAndStillCount) {
     const char* service = nullptr;  // nullptr: the caption, context saved
     std::function<void(Machine&)> then = nullptr;
   } cases[] = {
-      {"MX", [](Machine& r) { r.peer.queue("MX", "B"); }, "Erreur repos poinçon", 50, 0, 0, true},
-      {"MY", [](Machine& r) { r.peer.queue("MY", "B"); }, "Erreur repos poinçon", 0, 7, 0, true},
       {"CZ", [](Machine& r) { r.peer.queue("CZ", "B"); }, "Erreur repos poinçon", 0, 0, 1, true},
       {"CZ", [](Machine& r) { r.peer.queue("CZ", "C"); }, "Erreur cycle de perforation", 0, 0, 1, true},
+      {"MY",
+       [](Machine& r) {
+         r.s.dossier_appli = r.home + "missing/";
+         r.peer.queue("MY", "B");
+       },
+       "Erreur repos poinçon", 0, 7, 0, true, -1, "Erreur repos poinçon - Contexte non sauvegardé (écriture impossible)"},
       {"MX", [](Machine& r) { r.p.sim_serial().remove_port(10); }, "Liaison série perdue", 50, 0, 0, false, -1, nullptr,
        [](Machine& r) {
          EXPECT_FALSE(r.p.serial().is_open());
@@ -142,9 +139,11 @@ TEST(Motion, FaultsSuspendSaveAndStillCount) {
     if (k.waited >= 0) {
       EXPECT_EQ(r.p.now() - t, k.waited) << k.caption;
     }
-    EXPECT_EQ(r.texts(), k.service ? Texts(k.caption, k.service) : saved(k.caption)) << k.code;
+    const std::string service = k.service ? k.service : std::string(k.caption) + " - Contexte sauvegardé";
+    EXPECT_EQ(Texts(r.m.Label_defaut.text(), r.m.Label_defautP.text()), Texts(k.caption, service)) << k.code;
     EXPECT_TRUE(r.suspended()) << k.caption;
-    EXPECT_FALSE(r.read_file("Perfo_en_cours.sav").empty()) << k.caption;
+    EXPECT_EQ(r.read_file("Perfo_en_cours.sav").empty(), service.find("non sauvegardé") != std::string::npos)
+        << service;
     EXPECT_EQ(std::make_tuple(r.s.compteur_X, r.s.compteur_Y, r.s.compteur_trous), std::make_tuple(k.x, k.y, k.holes))
         << k.caption << " " << k.code;
     EXPECT_EQ(r.frames(from).empty(), !k.sent) << k.caption;
@@ -165,84 +164,41 @@ TEST(Motion, ReplyCDuringAYMoveDoesNotEndTheWait) {
   EXPECT_EQ(r.p.now(), t + 40 + 26);
 }
 
-TEST(Motion, CycleFailureDuringACalibrationIsCountedNotSuspended) {
-  Machine r;
-  r.s.calibration_Z_active = -1;
-  r.peer.queue("CZ", "C");
-  cycle_Z(r.c);
-  EXPECT_EQ(r.m.Label_defaut.text(), "Erreur cycle de perforation");
-  EXPECT_EQ(r.s.etat_pause, 0);
-  EXPECT_TRUE(r.s.echec_cycle_vu);
-  cycle_Z(r.c);
-  cycle_Z(r.c);
-  EXPECT_EQ(r.s.nb_succes_Z, 2);
-  EXPECT_FALSE(r.s.arret_calibration);
-  cycle_Z(r.c);
-  EXPECT_TRUE(r.s.arret_calibration);
-  EXPECT_FALSE(r.s.echec_cycle_vu);
-}
-
-TEST(Motion, WatchdogDoesNotFireOnAPromptReply) {
-  Machine r;
-  r.s.perforation_lancee = true;
-  cycle_Z(r.c);
-  r.p.run_for(2000);
-  EXPECT_EQ(r.s.watchdog_echu, 0);
-  EXPECT_EQ(r.s.etat_pause, 0);
-}
-
-TEST(Motion, SimulationWritesNothingAndStillCounts) {
-  Machine r;
-  r.s.mode_simulation = true;
-  r.s.reprise_sans_avance = true;
-  auto from = r.mark();
-  cycle_Z(r.c);
-  EXPECT_TRUE(r.frames(from).empty());
-  EXPECT_EQ(r.s.compteur_trous, 1);
-  EXPECT_FALSE(r.s.reprise_sans_avance);
-}
-
 TEST(Motion, FixedCycleAndNotePageClearsThePause) {
   Machine r;
   fenetre_notes_Click(r.c);
   r.m.Check2.set_value(0);
   r.s.etat_pause = 1;
+  r.s.reprise_sans_avance = true;
   r.m.Command12.set_text("Continuer");
   auto from = r.mark();
   cycle_Z(r.c);
-  EXPECT_EQ(r.frame_bytes(from), std::vector<std::string>{"cZxxxxx\n"});
+  EXPECT_EQ(r.frame_bytes(from), Strings{"cZxxxxx\n"});
   EXPECT_EQ(r.s.etat_pause, 0);
   EXPECT_EQ(r.m.Command12.text(), "Pause");
+  EXPECT_FALSE(r.s.reprise_sans_avance) << "a cycle ends the catch-up without moves";
 }
 
 TEST(LostSteps, SuspendOnlyAboveHalfTheFirstGap) {
-  struct Case {
-    const char *pos1, *pos2, *count;
-    bool suspends;
-  } cases[] = {
-      // 100 and 125: the threshold is floor(25 / 2) = 12.
-      {"100", "125", "00011", false},
-      {"100", "125", "00012", false},
-      {"100", "125", "00013", true},
-      {"200", "100", "00001", true},  // a descending table makes every loss large
-  };
-  for (const auto& k : cases) {
+  // 100 and 125: the threshold is floor(25 / 2) = 12; a descending table makes every loss large.
+  for (auto [pos1, pos2, count, suspends] : {std::tuple{"100", "125", "00012", false},
+                                             {"100", "125", "00013", true}, {"200", "100", "00001", true}}) {
     Machine r;
-    r.m.Position(1).set_text(k.pos1);
-    r.m.Position(2).set_text(k.pos2);
+    r.m.Position(1).set_text(pos1);
+    r.m.Position(2).set_text(pos2);
     r.peer.queue("MX", "D");
-    r.peer.after_lf(k.count);
+    r.peer.after_lf(count);
     r.m.nb_PasX.set_text("1200");
     auto from = r.mark();
     deplace_X(r.c);
-    EXPECT_EQ(r.frame_bytes(from), (std::vector<std::string>{"MX01200\n", "\n", "\n"}));
+    EXPECT_EQ(r.frame_bytes(from), (Strings{"MX01200\n", "\n", "\n"}));
     EXPECT_EQ(r.m.Label_defautP.text(),
-              "Perte d'origine :  " + std::to_string(std::stoi(k.count)) + " pas - Contexte sauvegardé");
+              "Perte d'origine :  " + std::to_string(std::stoi(count)) + " pas - Contexte sauvegardé");
     EXPECT_EQ(r.m.Label_defaut.text(), "") << "unchanged by a loss";
-    EXPECT_EQ(r.m.Text10.text(), k.count);
-    EXPECT_EQ(r.s.etat_pause, k.suspends ? 1 : 0) << k.count;
-    EXPECT_EQ(r.s.realignement_demande, k.suspends ? 0 : -1) << k.count;
-    EXPECT_EQ(r.read_file("Perfo_en_cours.sav").empty(), !k.suspends) << "a small loss saves no context";
+    EXPECT_EQ(r.m.Text10.text(), count);
+    EXPECT_EQ(r.s.etat_pause, suspends ? 1 : 0) << count;
+    EXPECT_EQ(r.s.realignement_demande, suspends ? 0 : -1) << count;
+    EXPECT_EQ(r.read_file("Perfo_en_cours.sav").empty(), !suspends) << "a small loss saves no context";
     EXPECT_FALSE(r.s.mode_5car);
   }
 }
@@ -257,15 +213,6 @@ TEST(LostSteps, LargestLossKeptAndCountGrows) {
     EXPECT_EQ(r.m.Text10.text(), kept);
   }
   EXPECT_EQ(r.m.Text9.text(), "2");
-}
-
-TEST(LinkFaults, UnwritableFolderIsToldOnTheServiceLine) {
-  Machine r;
-  r.s.dossier_appli = r.home + "missing/";
-  r.peer.queue("MY", "B");
-  deplace_Y(r.c);
-  EXPECT_EQ(r.m.Label_defautP.text(), "Erreur repos poinçon - Contexte non sauvegardé (écriture impossible)");
-  EXPECT_EQ(r.s.etat_pause, 1);
 }
 
 TEST(Faults, ContextFileOfAFaultByteForByte) {
@@ -287,24 +234,100 @@ TEST(Faults, ContextFileOfAFaultByteForByte) {
 }
 
 TEST(Motion, CountersFollowTheFieldAsItStandsAfterTheWait) {
-  // A handler inside the wait (the stop of the continuous feed) rewrites the
-  // field: the counter adds the value it holds when the reply has come.
-  struct Case {
-    bool y;
-    const char* during;
-    int32_t counter_after;  // from 100
-  } cases[] = {{false, "7", 107}, {true, "7", 107}, {true, "40", 140}};
-  for (const auto& k : cases) {
+  // A handler inside the wait (the stop of the continuous feed) rewrites the field: the counter adds the value
+  // it holds when the reply has come.
+  for (auto [y, during, counter] : {std::tuple{false, "7", 107}, {true, "7", 107}, {true, "40", 140}}) {
     Machine r;
     r.peer.delay_ms = 50;
     r.s.compteur_X = 100;
     r.s.compteur_Y = 100;
-    Element& field = k.y ? r.m.nb_PasY : r.m.nb_PasX;
+    Element& field = y ? r.m.nb_PasY : r.m.nb_PasX;
     field.set_text("40");
-    r.p.at(r.p.now() + 10, [&] { field.set_text(k.during); });
-    r.run(k.y ? "MY" : "MX");
-    EXPECT_EQ(k.y ? r.s.compteur_Y : r.s.compteur_X, k.counter_after) << k.y << k.during;
+    r.p.at(r.p.now() + 10, [&field, d = during] { field.set_text(d); });
+    r.run(y ? "MY" : "MX");
+    EXPECT_EQ(y ? r.s.compteur_Y : r.s.compteur_X, counter) << y << during;
   }
+}
+
+TEST(Origin, SearchAndReRegistration) {
+  struct Case {
+    const char* what;
+    int demipas;
+    bool recalage;
+    int16_t x_before;
+    bool sens_before;
+    int16_t mesure;
+    const char *reply, *count;         // to the search frame; after the bare line feed, for "D"
+    Strings frames, labelx, service;  // LabelX and the service line: each text they showed
+  } cases[] = {
+      {"re-registration on the edge keeps the last direction", 0, true, 220, false, 0, "A", "",
+       {"ORxxxxx\n", "Mx00000\n"}, {"220"}, {"Recalage par rapport à l'origine", "Perforation en cours"}},
+      {"half steps, back to the saved X", 1, true, 400, false, 0, "A", "", {"oRxxxxx\n", "mX00180\n"},
+       {"220", "400"}, {"Recalage par rapport à l'origine", "Perforation en cours"}},
+      {"after RAZ without a count", 0, false, 0, true, -1, "A", "", {"ORxxxxx\n"}, {"220", "", "0"},
+       {"Recherche de l'origine", "Perforation en cours"}},
+      {"after RAZ with a count", 0, false, 0, true, -1, "D", "00123", {"ORxxxxx\n", "\n", "\n"},
+       {"220", "00123", "123"}, {"Recherche de l'origine", "Perforation en cours"}},
+  };
+  for (const auto& k : cases) {
+    Machine r;
+    r.m.Demipas.set_value(k.demipas);
+    r.s.perforation_lancee = true;
+    r.s.recalage_demande = k.recalage;
+    r.s.compteur_X = k.x_before;
+    r.m.LabelX.set_text("0");
+    r.s.sens_X = k.sens_before;
+    r.s.mesure_origine = k.mesure;
+    r.peer.queue(k.demipas ? "oR" : "OR", k.reply);
+    if (*k.count) r.peer.after_lf(k.count);
+    Strings shown, said;
+    r.m.subscribe([&](Element& e, Prop p) {
+      if (&e == &r.m.LabelX && p == Prop::Text) shown.push_back(e.text());
+      if (&e == &r.m.Label_defautP && p == Prop::Text) said.push_back(e.text());
+    });
+    const auto from = r.mark();
+    recherche_origine(r.c);
+    EXPECT_EQ(r.frame_bytes(from), k.frames) << k.what;
+    EXPECT_EQ(shown, k.labelx) << k.what;
+    EXPECT_EQ(said, k.service) << k.what;
+    EXPECT_FALSE(r.s.recalage_demande) << k.what;
+    EXPECT_EQ(r.s.mesure_origine, 0) << k.what;
+    EXPECT_TRUE(r.m.CommandeX_P.enabled()) << k.what;
+  }
+}
+
+TEST(Origin, ReadinessIsAskedUntilTheBoardSaysYes) {
+  Machine r;
+  r.peer.queue("ON", "B");
+  r.peer.queue("ON", "B");
+  Strings service;
+  r.m.subscribe([&](Element& e, Prop p) {
+    if (&e == &r.m.Label_defautP && p == Prop::Text) service.push_back(e.text());
+  });
+  const auto from = r.mark();
+  r.m.Origine_N.click();
+  EXPECT_EQ(r.frame_bytes(from),
+            (Strings{"AGxxxxx\n", "ONxxxxx\n", "ONxxxxx\n", "ONxxxxx\n", "ORxxxxx\n", "ZGxxxxx\n"}));
+  // Each question 500 ms after the answer before it.
+  const auto f = r.frames(from);
+  EXPECT_GE(f[2].at_ms - f[1].at_ms, 500);
+  EXPECT_EQ(service.front(), "Calage origine impossible. Machine en marche?");
+  EXPECT_EQ(r.m.E(5).color(), palette::kWhite);
+}
+
+TEST(Progress, CountersFollowTheStepAndTheHead) {
+  LinkRig r;
+  r.s.ms_par_pas = 10;
+  r.s.pas_Y_mm = 0.83;
+  r.s.pas_poincon = 12;
+  r.s.debut_pas = 2;
+  r.m.LabelY.set_text("100");
+  // Step 112 at 10 ms a step; 110 steps of card from the start step.
+  EXPECT_EQ(r.m.compteurXY(1).text(), "100");
+  EXPECT_EQ(r.m.compteurXY(2).text(), "0 mn 01 s");
+  EXPECT_EQ(r.m.Long_perforee.text(), "0.091 m");
+  r.m.LabelX.set_text("345");
+  EXPECT_EQ(r.m.compteurXY(0).text(), "345");
 }
 
 }  // namespace

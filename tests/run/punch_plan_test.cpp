@@ -1,8 +1,9 @@
-// The plan of a run and the remaining time counted on it, against holes worked out by hand.
+// The plan of a run and the remaining time counted on it, against holes worked out by hand; the progress texts.
 #include "run/engine/punch_plan.h"
 
 #include <gtest/gtest.h>
 
+#include "run/engine/progress.h"
 #include "run/engine/remaining_time.h"
 
 namespace brivel::test {
@@ -25,8 +26,9 @@ PlanInput piece() {
   PlanInput in;
   in.rows = {note_row(74, 60, 107)};
   for (int s = 77; s <= 104; s += 3) in.rows.push_back(pasy_row(s));
-  in.rows.insert(in.rows.end(), {ntof_row(107, 60), note_row(147, 62, 151), note_row(147, 64, 151), pasy_row(150),
-                                 ntof_row(151, 62), ntof_row(151, 64), note_row(219, 65, 219), ntof_row(219, 65)});
+  in.rows.insert(in.rows.end(), {ntof_row(107, 60), note_row(147, 62, 151), note_row(147, 64, 151),
+                                 pasy_row(150), ntof_row(151, 62), ntof_row(151, 64),
+                                 note_row(219, 65, 219), ntof_row(219, 65)});
   in.notes = {57, 48, 50, 53, 55, 60, 62, 64, 65, 66};
   in.positions = {25, 42, 58, 75, 91, 108, 125, 141, 158, 175};
   in.first_y = 2;
@@ -75,13 +77,10 @@ TEST(PunchPlan, HolesAndWorkOfTheHandWorkedPiece) {
     ASSERT_EQ(p.work_from_row.size(), in.rows.size() + 1);
     EXPECT_EQ(p.work_from_row.back(), MachineWork{});
   }
-}
-
-TEST(PunchPlan, WorkFromARowIsWhatTheLaterRowsCost) {
   const PunchPlan p = plan_punch(piece());
   // From the chord at 147 (row 12): Y 40 + 3 + 1 + 68 in 4 moves; X 17 + 16 + 0 + 16 + 0 + 16 + 17 in 7 holes.
-  EXPECT_EQ(p.work_from_row[12], (MachineWork{4, 112, 7, 82, 7}));
   // The group's second row and the closing rows add nothing of their own.
+  EXPECT_EQ(p.work_from_row[12], (MachineWork{4, 112, 7, 82, 7}));
   EXPECT_EQ(p.work_from_row[13], p.work_from_row[14]);
   EXPECT_EQ(p.holes[12].row, 12);
   EXPECT_EQ(p.holes.back().row, 17);
@@ -117,21 +116,22 @@ TEST(RemainingTime, WorkAndPaceCorrection) {
       {"never below zero", done, 0, 0},
   };
   EXPECT_DOUBLE_EQ(work_ms(done, pace), 305);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    EXPECT_DOUBLE_EQ(remaining_ms(rest, c.done, c.elapsed, pace), c.expected);
-  }
+  for (const Case& c : cases) EXPECT_DOUBLE_EQ(remaining_ms(rest, c.done, c.elapsed, pace), c.expected) << c.name;
   // Two later files of a chain, each fed 100 steps (1 move: 400 + 25 ms) and set up in 3 s, at 2 ms of line a
   // frame: (110 + 425 + 3000 + 4 frames x 2) + (305 + 425 + 3000 + 9 frames x 2).
   EXPECT_DOUBLE_EQ(chain_rest_ms({rest, done}, {1, 100, 0, 0, 0}, 3000, 2, pace), 3543 + 3748);
   EXPECT_DOUBLE_EQ(chain_rest_ms({}, {1, 100, 0, 0, 0}, 3000, 2, pace), 0);
 }
 
-TEST(RemainingTime, Texts) {
-  const std::pair<double, const char*> cases[] = {{0, "0 s"},          {1, "1 s"},           {59000, "59 s"},
-                                                  {59001, "1 mn 00 s"}, {754000, "12 mn 34 s"}, {3599001, "1 h 00 mn"},
-                                                  {3900000, "1 h 05 mn"}};
-  for (auto [ms, text] : cases) EXPECT_EQ(texte_duree(ms), text) << ms;
+TEST(ProgressTexts, DurationsTimesAndLengths) {
+  for (auto [ms, text] : {std::pair{0.0, "0 s"}, {1, "1 s"}, {59000, "59 s"}, {59001, "1 mn 00 s"},
+                          {754000, "12 mn 34 s"}, {3599001, "1 h 00 mn"}, {3900000, "1 h 05 mn"}})
+    EXPECT_EQ(texte_duree(ms), text) << ms;
+  for (auto [ms, text] : {std::pair{0.0, "0 mn 00 s"}, {187000.0, "3 mn 07 s"}, {599999.0, "9 mn 59 s"},
+                          {600000.0, "10 mn 00 s"}, {760000.0, "12 mn 40 s"}})
+    EXPECT_EQ(texte_temps(ms), text) << ms;
+  for (auto [m, text] : {std::pair{0.83, "0.830 m"}, {10.0, "10.000 m"}, {12.45, "12.450 m"}})
+    EXPECT_EQ(texte_longueur(m), text);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The punch run on the simulated line with the board model.
+// The punch run on the simulated line with the board model, and its deferred start.
 #include "run/engine/run_engine.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 
+#include "run/engine/deferred.h"
 #include "support/punch_rig.h"
 
 namespace brivel::test {
@@ -40,24 +41,43 @@ Holes sorted(Holes h) {
 int count_of(const Strings& f, const char* frame) { return static_cast<int>(std::count(f.begin(), f.end(), frame)); }
 
 Holes minus(Holes a, const Holes& b) {
-  for (const auto& x : b) {
-    auto it = std::find(a.begin(), a.end(), x);
-    if (it != a.end()) a.erase(it);
-  }
+  for (const auto& x : b)
+    if (auto it = std::find(a.begin(), a.end(), x); it != a.end()) a.erase(it);
   return a;
 }
 
+// The run of kPiece on a fresh rig, `before` done between the opening and the start.
+struct PieceRun : PunchRig {
+  explicit PieceRun(BoardOptions o = {}, const std::function<void(PieceRun&)>& before = {}, bool simulation = false)
+      : PunchRig(std::move(o)) {
+    if (simulation) m.Text9.set_text("7351");
+    EXPECT_TRUE(load(kPiece));
+    if (before) before(*this);
+    from = mark();
+    punch();
+    f = frame_bytes(from);
+  }
+  // Runs `act` once, when the gauge first reaches `line`.
+  void at_line(int line, std::function<void()> act) {
+    m.subscribe([this, line, act, done = false](Element& e, Prop p) mutable {
+      if (&e != &m.gauge1 || p != Prop::Value || e.value() != line || done) return;
+      done = true;
+      act();
+    });
+  }
+  std::size_t from = 0;
+  Strings f;
+};
+
 TEST(RunEngine, HandWorkedPieceFrameByFrame) {
-  PunchRig r;
-  ASSERT_TRUE(r.load(kPiece));
   // The note states at each hole: track 6 holds note 60, track 7 note 62.
   std::vector<std::tuple<int, int, std::string>> seen;
-  r.m.subscribe([&](Element& e, Prop p) {
-    if (&e == &r.m.E(7) && p == Prop::Color && e.color() == palette::kLightRed)
-      seen.emplace_back(r.m.Note(6).color(), r.m.Note(7).color(), r.m.Note(6).tooltip());
+  PieceRun r({}, [&](PieceRun& r) {
+    r.m.subscribe([&](Element& e, Prop p) {
+      if (&e == &r.m.E(7) && p == Prop::Color && e.color() == palette::kLightRed)
+        seen.emplace_back(r.m.Note(6).color(), r.m.Note(7).color(), r.m.Note(6).tooltip());
+    });
   });
-  const auto from = r.mark();
-  r.punch();
   ASSERT_EQ(seen.size(), 19u);
   EXPECT_EQ(seen[0], std::make_tuple(kEtatActif, kEtatRepos, std::string(" 0000107")));
   EXPECT_EQ(seen[11], std::make_tuple(kEtatFermant, kEtatRepos, std::string()));  // NTOF at 107
@@ -71,7 +91,7 @@ TEST(RunEngine, HandWorkedPieceFrameByFrame) {
                                    "MY00030\n", "mx00000\n", "CZxxxxx\n", "mx00016\n", "CZxxxxx\n",  // 150 down
                                    "MY00010\n", "mx00000\n", "CZxxxxx\n", "mX00016\n", "CZxxxxx\n",  // 151 up
                                    "MY00680\n", "mX00017\n", "CZxxxxx\n", "ZGxxxxx\n"});
-  EXPECT_EQ(r.frame_bytes(from), expected);
+  EXPECT_EQ(r.f, expected);
   EXPECT_EQ(r.holes(), reference_holes());
   EXPECT_EQ(r.s.compteur_trous, 19);
   EXPECT_EQ(r.m.Label_defaut.text(), "Perforation terminée");
@@ -79,9 +99,7 @@ TEST(RunEngine, HandWorkedPieceFrameByFrame) {
   EXPECT_EQ(r.m.compteurXY(2).text(), "0 mn 03 s");
   EXPECT_EQ(r.m.gauge1.value(), r.m.List3.count());
   for (int k = 1; k <= 29; ++k) EXPECT_EQ(r.m.Note(k).color(), kEtatRepos) << k;
-  EXPECT_TRUE(r.m.Avance.enabled());
-  EXPECT_TRUE(r.m.nb_trou.visible());
-  EXPECT_TRUE(r.s.perforation_lancee);
+  EXPECT_TRUE(r.m.Avance.enabled() && r.m.nb_trou.visible() && r.s.perforation_lancee);
 }
 
 TEST(RunEngine, ARestrikeInsideAHeldNoteAndOneNoteOnTwoTracks) {
@@ -104,81 +122,63 @@ TEST(RunEngine, ARestrikeInsideAHeldNoteAndOneNoteOnTwoTracks) {
   EXPECT_EQ(sorted(r.holes()), sorted(want));
 }
 
-TEST(RunEngine, BoundsAndTheirErrors) {
+TEST(RunEngine, BoundsAndRefusals) {
+  const char* done = "Perforation terminée";
   struct Case {
-    const char* what;
-    const char *deb_sec, *fin_sec;  // nullptr: as the opening left them
-    std::string service;
+    const char *what, *deb_sec, *fin_sec;  // nullptr: the bounds as the opening left them
+    std::string service;                   // its start
     Holes holes;
+    std::function<void(PieceRun&)> spoil = {};
   } cases[] = {
       // 1.2 s is step 86 (floor), 1.4 s step 101 (half to even): the held note, on before the start, is punched
       // at the PASY rows 86 to 101; the card's first move is the 3 steps from row 83 to row 86.
-      {"start after the first notes", "1.2", "1.4", "Perforation terminée",
+      {"start after the first notes", "1.2", "1.4", done,
        {{108, 30}, {108, 60}, {108, 90}, {108, 120}, {108, 150}, {108, 180}}},
-      {"start and end on one step", "1", "1", "Perforation terminée", {}},
-      {"end left at the piece's end", nullptr, nullptr, "Perforation terminée", reference_holes()},
+      {"start and end on one step", "1", "1", done, {}},
+      {"end left at the piece's end", nullptr, nullptr, done, reference_holes()},
       {"start after end", "2", "1", "Erreur de définition des bornes de perforation", {}},
       {"end beyond the piece", "0", "4", "Borne de fin au-delà de la durée du morceau", {}},
+      {"port closed", nullptr, nullptr, "Machine non connectée : perforation impossible", {},
+       [](PieceRun& r) { r.p.serial().close(); }},
+      {"no step duration", nullptr, nullptr, "Durée d'un pas nulle", {}, [](PieceRun& r) { r.s.ms_par_pas = 0; }},
+      {"bound that is no number", nullptr, nullptr, "Bornes de perforation illisibles : \"dix\" n'est pas un nombre",
+       {}, [](PieceRun& r) { r.m.Deb_perf_sec.set_text("dix"); }},
+      {"Y move of six digits", nullptr, nullptr, "Avance du carton trop grande pour la machine : 144000 pas moteur",
+       {}, [](PieceRun& r) { r.m.NbpasY.set_text("2000"); }},
+      {"X move of six digits", nullptr, nullptr, "Déplacement de la tête trop grand pour la machine : 149875 pas",
+       {}, [](PieceRun& r) { r.m.Position(6).set_text("150000"); }},
   };
   for (const auto& k : cases) {
-    PunchRig r;
-    ASSERT_TRUE(r.load(kPiece));
-    if (k.deb_sec) {
-      r.m.Deb_perf_mn.set_text("0");
-      r.m.Deb_perf_sec.set_text(k.deb_sec);
-      r.m.Fin_perf_mn.set_text("0");
-      r.m.Fin_perf_sec.set_text(k.fin_sec);
-    }
-    const auto from = r.mark();
-    r.punch();
-    EXPECT_EQ(r.m.Label_defautP.text(), k.service) << k.what;
+    PieceRun r({}, [&k](PieceRun& r) {
+      if (k.deb_sec) {
+        r.m.Deb_perf_mn.set_text("0");
+        r.m.Deb_perf_sec.set_text(k.deb_sec);
+        r.m.Fin_perf_mn.set_text("0");
+        r.m.Fin_perf_sec.set_text(k.fin_sec);
+      }
+      if (k.spoil) k.spoil(r);
+    });
+    EXPECT_EQ(r.m.Label_defautP.text().rfind(k.service, 0), 0u) << k.what << ": " << r.m.Label_defautP.text();
     EXPECT_EQ(sorted(r.holes()), sorted(k.holes)) << k.what;
-    const bool ok = k.service == "Perforation terminée";
+    const bool ok = k.service == done;
     EXPECT_EQ(r.m.Command11.enabled(), !ok) << k.what;
-    const Strings f = r.frame_bytes(from);
     if (!ok) {
-      EXPECT_EQ(f, Strings{"ZGxxxxx\n"}) << k.what;
+      // Bad bounds close the working sequence the check opened; the other refusals send nothing.
+      EXPECT_EQ(r.f, k.spoil ? Strings{} : Strings{"ZGxxxxx\n"}) << k.what;
       EXPECT_FALSE(r.s.perforation_lancee) << k.what;
+      EXPECT_TRUE(r.m.fenetre_moteurs.enabled()) << k.what;
     } else if (!k.holes.empty()) {  // nothing moves before the start step: the first Y frame reaches it
-      auto my = std::find_if(f.begin(), f.end(), [](const std::string& s) { return s.rfind("MY", 0) == 0; });
-      ASSERT_NE(my, f.end());
+      auto my = std::find_if(r.f.begin(), r.f.end(), [](const std::string& s) { return s.rfind("MY", 0) == 0; });
+      ASSERT_NE(my, r.f.end());
       EXPECT_EQ(*my, k.holes.front().second == 30 ? "MY00030\n" : "MY00720\n") << k.what;
     }
-  }
-}
-
-TEST(RunEngine, RefusedBeforeAnythingMoves) {
-  struct Case {
-    const char* what;
-    std::function<void(PunchRig&)> spoil;
-    std::string service_start;
-  } cases[] = {
-      {"port closed", [](PunchRig& r) { r.p.serial().close(); }, "Machine non connectée : perforation impossible"},
-      {"no step duration", [](PunchRig& r) { r.s.ms_par_pas = 0; }, "Durée d'un pas nulle"},
-      {"bound that is no number", [](PunchRig& r) { r.m.Deb_perf_sec.set_text("dix"); },
-       "Bornes de perforation illisibles : \"dix\" n'est pas un nombre"},
-      {"Y move of six digits", [](PunchRig& r) { r.m.NbpasY.set_text("2000"); },
-       "Avance du carton trop grande pour la machine : 144000 pas moteur"},
-      {"X move of six digits", [](PunchRig& r) { r.m.Position(6).set_text("150000"); },
-       "Déplacement de la tête trop grand pour la machine : 149875 pas"},
-  };
-  for (const auto& k : cases) {
-    PunchRig r;
-    ASSERT_TRUE(r.load(kPiece));
-    k.spoil(r);
-    const auto from = r.mark();
-    r.punch();
-    EXPECT_EQ(r.m.Label_defautP.text().rfind(k.service_start, 0), 0u) << k.what << ": " << r.m.Label_defautP.text();
-    EXPECT_TRUE(r.frame_bytes(from).empty()) << k.what;
-    EXPECT_TRUE(r.m.Command11.enabled()) << k.what;
-    EXPECT_TRUE(r.m.fenetre_moteurs.enabled()) << k.what;
   }
 }
 
 TEST(RunEngine, EveryFaultThenContinuer) {
   struct Case {
     const char* script;
-    const char* fault_text;  // on the service line; "" for none
+    const char* fault_text;  // on the service line
     int continues;
     Holes extra;      // holes beyond the reference run
     int y_short = 0;  // motor steps the card stays short from the 3rd Y move on
@@ -199,17 +199,13 @@ TEST(RunEngine, EveryFaultThenContinuer) {
       {"silence ON 1", "Pas de réponse de la machine - Contexte sauvegardé", 1, {{108, 720}}},
   };
   for (const auto& k : cases) {
-    PunchRig r(fault_script(k.script));
-    ASSERT_TRUE(r.load(kPiece));
-    r.continue_after(1000);
-    r.punch();
+    PieceRun r(fault_script(k.script), [](PieceRun& r) { r.continue_after(1000); });
     EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée") << k.script;
     EXPECT_EQ(r.continues, k.continues) << k.script;
     EXPECT_NE(std::find(r.service.begin(), r.service.end(), k.fault_text), r.service.end()) << k.script;
     Holes want = reference_holes();
-    if (k.y_short)
-      for (auto& h : want)
-        if (h.second >= 780) h.second -= k.y_short;
+    for (auto& h : want)
+      if (h.second >= 780) h.second -= k.y_short;
     EXPECT_TRUE(minus(want, r.holes()).empty()) << k.script << ": a hole is missing";
     EXPECT_EQ(minus(r.holes(), want), k.extra) << k.script;
     EXPECT_EQ(r.s.etat_pause, 0) << k.script;
@@ -232,19 +228,13 @@ TEST(RunEngine, PauseTakesEffectAtTheNextHole) {
       {"simulation: no question, no hole", 1, 1, true, 0, 0, 20, 0},
   };
   for (const auto& k : cases) {
-    PunchRig r;
-    if (k.simulation) r.m.Text9.set_text("7351");
-    ASSERT_TRUE(r.load(kPiece));
-    bool done = false;
-    r.m.subscribe([&](Element& e, Prop p) {
-      if (&e != &r.m.gauge1 || p != Prop::Value || e.value() != k.after_line || done) return;
-      done = true;
-      if (k.clicks == 1) r.continue_after(1000);
-      for (int i = 0; i < k.clicks; ++i) r.m.Command12.operator_click();
-    });
-    const auto from = r.mark();
-    r.punch();
-    EXPECT_EQ(count_of(r.frame_bytes(from), "ONxxxxx\n"), 1 + k.on_frames) << k.what;
+    PieceRun r({}, [&k](PieceRun& r) {
+      r.at_line(k.after_line, [&r, &k] {
+        if (k.clicks == 1) r.continue_after(1000);
+        for (int i = 0; i < k.clicks; ++i) r.m.Command12.operator_click();
+      });
+    }, k.simulation);
+    EXPECT_EQ(count_of(r.f, "ONxxxxx\n"), 1 + k.on_frames) << k.what;
     EXPECT_EQ(static_cast<int>(r.holes().size()), k.holes) << k.what;
     EXPECT_EQ(r.s.compteur_trous, k.cycles) << k.what;
     EXPECT_EQ(r.s.etat_pause, k.etat_pause_after) << k.what;
@@ -258,23 +248,23 @@ TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
   // A pause at the 4th row of the held note (Y 840), work by hand on the motor page, then "Continuer": the run
   // brings the head back to the hole before it punches it again.
   const int y_hole = 840;
+  auto y_by_hand = [](PieceRun& r) {
+    r.m.nb_PasY.set_text("200");
+    r.m.CommandeY_M.operator_click();
+  };
   struct Case {
     const char* what;
-    std::function<void(PunchRig&)> hands;
+    std::function<void(PieceRun&)> hands;
     std::optional<BoxAnswer> card_back;  // the question about the card, if asked
     Holes extra;              // holes beyond the reference run and its repeated hole
     int y_shift, hand_holes;  // motor steps later holes stand further down the card
   } cases[] = {
-      {"X+ 100 by hand", [](PunchRig& r) { r.m.nb_PasX.set_text("100"); r.m.CommandeX_P.operator_click(); },
-       std::nullopt, {}, 0, 0},
-      {"origin search by hand", [](PunchRig& r) { r.m.Origine_N.operator_click(); }, std::nullopt, {}, 0, 0},
-      {"Y by hand, brought back",
-       [](PunchRig& r) { r.m.nb_PasY.set_text("200"); r.m.CommandeY_M.operator_click(); }, BoxAnswer::Yes, {}, 0, 0},
+      {"origin search by hand", [](PieceRun& r) { r.m.Origine_N.operator_click(); }, std::nullopt, {}, 0, 0},
+      {"Y by hand, brought back", y_by_hand, BoxAnswer::Yes, {}, 0, 0},
       // "Non": the card stays where the hand left it, and so does the rest of the piece.
-      {"Y by hand, left there",
-       [](PunchRig& r) { r.m.nb_PasY.set_text("200"); r.m.CommandeY_M.operator_click(); }, BoxAnswer::No, {}, 200, 0},
+      {"Y by hand, left there", y_by_hand, BoxAnswer::No, {}, 200, 0},
       {"a hole by hand after X+ 50",
-       [](PunchRig& r) {
+       [](PieceRun& r) {
          r.m.nb_PasX.set_text("50");
          r.m.CommandeX_P.operator_click();
          r.m.CommandeZ_M.operator_click();
@@ -282,25 +272,20 @@ TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
        std::nullopt, {{158, y_hole}}, 0, 1},
   };
   for (const auto& k : cases) {
-    PunchRig r;
-    ASSERT_TRUE(r.load(kPiece));
-    bool paused = false;
-    r.m.subscribe([&](Element& e, Prop p) {
-      if (&e != &r.m.gauge1 || p != Prop::Value || e.value() != 3 || paused) return;
-      paused = true;
-      r.m.Command12.operator_click();
-      r.p.at(r.p.now() + 500, [&] {
-        ASSERT_TRUE(r.m.fenetre_moteurs.operator_click()) << k.what;
-        k.hands(r);
-        r.m.fenetre_perforation.operator_click();
-        if (k.card_back) r.p.sim_dialogs().box_answers.push_back(*k.card_back);
+    PieceRun r({}, [&k](PieceRun& r) {
+      r.at_line(3, [&r, &k] {
         r.m.Command12.operator_click();
+        r.p.at(r.p.now() + 500, [&r, &k] {
+          ASSERT_TRUE(r.m.fenetre_moteurs.operator_click()) << k.what;
+          k.hands(r);
+          r.m.fenetre_perforation.operator_click();
+          if (k.card_back) r.p.sim_dialogs().box_answers.push_back(*k.card_back);
+          r.m.Command12.operator_click();
+        });
       });
+      r.m.nb_PasX.set_text("7");
+      r.m.nb_PasY.set_text("3");
     });
-    r.m.nb_PasX.set_text("7");
-    r.m.nb_PasY.set_text("3");
-    const auto from = r.mark();
-    r.punch();
     EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée") << k.what;
     EXPECT_EQ(r.m.nb_PasX.text() + " " + r.m.nb_PasY.text(), "7 3") << k.what;
     Holes want = reference_holes();
@@ -314,7 +299,7 @@ TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
                                                               "arrêtée ?"}
                                                     : Strings{})
         << k.what;
-    EXPECT_EQ(count_of(r.frame_bytes(from), "My00200\n"), k.card_back == BoxAnswer::Yes ? 1 : 0) << k.what;
+    EXPECT_EQ(count_of(r.f, "My00200\n"), k.card_back == BoxAnswer::Yes ? 1 : 0) << k.what;
     EXPECT_EQ(r.s.trous_main, k.hand_holes) << k.what;
     EXPECT_EQ(r.s.trous_confirmes, static_cast<int>(reference_holes().size()) + 1) << k.what;
     // The operator's pages and the opening are back after the run.
@@ -348,10 +333,63 @@ TEST(RunEngine, AChainOfThreeFiles) {
   EXPECT_EQ(count_of(f, "AGxxxxx\n"), 3);
   const auto first_zg = std::find(f.begin(), f.end(), "ZGxxxxx\n");
   EXPECT_EQ(f.end() - first_zg, 3) << "the three closing steps come at the end";
-  EXPECT_EQ(r.s.fichiers_restants, 0);
-  EXPECT_NE(r.s.enchainement, 0);
-  EXPECT_EQ(r.s.rang_fichier, 2);
-  EXPECT_EQ(r.s.chemin_midi, dir + "/c.mid");
+  EXPECT_EQ(std::make_tuple(r.s.fichiers_restants, r.s.enchainement != 0, r.s.rang_fichier, r.s.chemin_midi),
+            std::make_tuple(0, true, 2, dir + "/c.mid"));
+}
+
+TEST(Deferred, ReadingATimeOfDay) {
+  const std::pair<const char*, std::optional<int>> cases[] = {
+      {"14:30", 52200}, {"14:30:15", 52215}, {"9:05", 32700}, {"14h30", 52200}, {"00:10", 600},
+      {"24:00", {}},    {"12:60", {}},       {"", {}},        {"midi", {}},     {"1:2:3:4", {}}};
+  for (const auto& [text, s] : cases) EXPECT_EQ(lit_heure(text), s) << text;
+  EXPECT_EQ(texte_heure(52215), "14:30:15");
+}
+
+TEST(Deferred, StartsAtTheFirstTickAfterItsTime) {
+  struct Case {
+    const char* what;
+    int now_s;                          // time of day when the box opens
+    std::optional<std::string> answer;  // nullopt: the box cancelled; "=": the default
+    bool armed;
+    int64_t starts_within_ms;  // -1: never
+    const char* service = nullptr;
+    bool punched_before = false;
+  } cases[] = {
+      {"default answer: at once", 12 * 3600, "=", false, 0},
+      {"past midnight: at the first tick", 23 * 3600 + 50 * 60, "00:10", true, 30000},
+      {"no time", 12 * 3600, "bientôt", false, -1,
+       "Perforation différée annulée : \"bientôt\" n'est pas une heure (format hh:mn)"},
+      {"cancelled", 12 * 3600, std::nullopt, false, -1, "Perforation différée annulée"},
+      {"never after a finished run", 12 * 3600, "12:01", true, -1, nullptr, true},
+  };
+  for (const auto& k : cases) {
+    PunchRig r;
+    ASSERT_TRUE(r.load(fichier_evenements({note_line(1000, 60, 0)}, 1000)));
+    if (k.punched_before) r.punch();
+    const std::size_t holes_before = r.board.holes().size();
+    r.p.set_time_of_day(k.now_s - static_cast<int>(r.p.now() / 1000));
+    if (k.answer) r.p.sim_dialogs().input_answers.push_back(*k.answer == "=" ? texte_heure(k.now_s) : *k.answer);
+    const int64_t t0 = r.p.now();
+    r.m.perfo_retard.click();
+    EXPECT_EQ(r.p.sim_dialogs().input_prompts.back(), "Heure de démarrage de la perforation :\r\n\n(Format : hh:mn)");
+    EXPECT_EQ(r.p.sim_dialogs().input_defaults.back(), texte_heure(k.now_s));
+    EXPECT_EQ(r.m.Timer2.enabled(), k.armed) << k.what;
+    if (k.service) {
+      EXPECT_EQ(r.m.Label_defautP.text(), k.service) << k.what;
+      EXPECT_TRUE(r.m.Command11.enabled()) << k.what;
+    }
+    if (k.starts_within_ms > 0) r.p.run_until([&] { return r.s.perforation_lancee; }, 700000);
+    if (k.starts_within_ms >= 0) {
+      EXPECT_TRUE(r.s.perforation_lancee) << k.what;
+      EXPECT_EQ(r.board.holes().size(), 1u) << k.what;
+      EXPECT_LE(r.p.now() - t0, k.starts_within_ms + 5000) << k.what;
+      EXPECT_FALSE(r.m.Timer2.enabled()) << k.what;
+    } else {
+      r.p.run_for(120000);
+      EXPECT_EQ(r.s.perforation_lancee, k.punched_before) << k.what;
+      EXPECT_EQ(r.board.holes().size(), holes_before) << k.what;
+    }
+  }
 }
 
 }  // namespace
