@@ -14,30 +14,16 @@ namespace brivel::test {
 namespace {
 
 TEST(Connection, ResetPulseThenParameterBurstTenMillisecondsApart) {
-  // 400 ms and 500 ms, each ending on the first tick past its deadline;
-  // the burst's pauses end 11 ticks on. The PW slot (968) is empty without
-  // chopped pulses.
-  const auto burst = [](std::vector<SimFrame> tail) {
-    auto f = F({{902, "NUxxxxx\n"},
-                {913, "PX05000\n"},
-                {924, "PY07500\n"},
-                {935, "OX00220\n"},
-                {946, "IZ00002\n"},
-                {957, "MZ00012\n"}});
-    f.insert(f.end(), tail.begin(), tail.end());
-    return f;
-  };
-  struct Case {
-    int valid_pwm, check1;
-    std::vector<SimFrame> frames;
-  } cases[] = {
-      {0, 0, burst({{979, "cpxxxxx\n"}})},
-      {1, 1, burst({{968, "PW00020\n"}, {979, "CPxxxxx\n"}})},
-  };
-  for (const auto& c : cases) {
+  // 400 ms and 500 ms, each ending on the first tick past its deadline; the burst's pauses end 11 ticks on. The
+  // PW slot (968) is empty without chopped pulses.
+  for (auto [valid_pwm, check1, tail] : {std::tuple{0, 0, F({{979, "cpxxxxx\n"}})},
+                                         {1, 1, F({{968, "PW00020\n"}, {979, "CPxxxxx\n"}})}}) {
+    auto want = F({{902, "NUxxxxx\n"}, {913, "PX05000\n"}, {924, "PY07500\n"}, {935, "OX00220\n"},
+                   {946, "IZ00002\n"}, {957, "MZ00012\n"}});
+    want.insert(want.end(), tail.begin(), tail.end());
     LinkRig r;
-    r.m.valid_pwm.set_value(c.valid_pwm);
-    r.m.Check1.set_value(c.check1);
+    r.m.valid_pwm.set_value(valid_pwm);
+    r.m.Check1.set_value(check1);
     ASSERT_TRUE(r.connect(10));
     const auto& modem = r.p.sim_serial().modem_log();
     ASSERT_EQ(modem.size(), 4u);
@@ -46,15 +32,12 @@ TEST(Connection, ResetPulseThenParameterBurstTenMillisecondsApart) {
     EXPECT_EQ(modem[3].at_ms, 401);  // down once 400 ms are past
     EXPECT_FALSE(modem[3].dtr || modem[3].rts);
     EXPECT_EQ(r.p.sim_serial().settings(), "57600,n,8,1");
-    EXPECT_EQ(r.frames(), c.frames);
-    EXPECT_EQ(r.m.Shape1.color(), palette::kLightGreen);
-    EXPECT_EQ(r.m.Shape2.color(), palette::kLightGreen);
-    EXPECT_FALSE(r.p.busy());
+    EXPECT_EQ(r.frames(), want);
   }
 }
 
-// What the port, its number, its lamps and the line show after an operator's
-// action or a device event; `connect` 0 leaves the port closed before it.
+// What the port, its number, its lamps and the line show after an operator's action or a device event;
+// `connect` 0 leaves the port closed before it.
 TEST(Connection, ActionsAndDeviceEvents) {
   using Act = std::function<void(LinkRig&)>;
   auto field = [](const char* text) -> Act { return [text](LinkRig& r) { r.m.AdressePort.set_text(text); }; };
@@ -88,8 +71,9 @@ TEST(Connection, ActionsAndDeviceEvents) {
     int opens;
     const char* number;  // in the port field, and the open port's
     int lamps;
-    int frames;           // written by the action
-    std::string service;  // "": not looked at
+    int frames;               // written by the action
+    std::string service;      // "": not looked at
+    bool hourglass = false;   // shown while the action ran
   } cases[] = {
       {"an open port opened again is not reset", {10}, 10, reopen, true, 1, "10", G, 0, ""},
       {"the same text in the port field", {7, 10}, 7, field("7"), true, 1, "7", G, 0, ""},
@@ -101,6 +85,14 @@ TEST(Connection, ActionsAndDeviceEvents) {
       {"a removal of any device closes the port", {10}, 10, removal, false, 1, "10", R, 0, ""},
       {"an arrival during a run resets no board", {5, 10}, 10, arrival_in_run, true, 1, "10", G, 0, ignored},
       {"the board of a run came back", {10}, 10, board_back_in_run, true, 2, "10", G, 7, ""},
+      // A field that names no port ends red.
+      {"letters in the port field", {10}, 10, field("abc"), false, 1, "abc", R, 0, ""},
+      {"port 0 in the port field", {10}, 10, field("0"), false, 1, "0", R, 0, ""},
+      {"a negative port", {10}, 10, field("-3"), false, 1, "-3", R, 0, ""},
+      {"a port beyond the last", {10}, 10, field("99"), false, 1, "99", R, 0, ""},
+      // The scan connects to the last port that answers; with none it ends at 0.
+      {"a scan finds 3 and 7", {3, 7}, 0, scan, true, 2, "7", G, 7, "", true},
+      {"a scan finds nothing", {}, 0, scan, false, 0, "0", R, 0, "", true},
   };
   for (const auto& c : cases) {
     LinkRig r({});
@@ -112,57 +104,21 @@ TEST(Connection, ActionsAndDeviceEvents) {
     const auto before = r.mark();
     c.act(r);
     EXPECT_EQ(r.p.serial().is_open(), c.open) << c.what;
-    if (c.open) {
-      EXPECT_EQ(r.p.serial().port_number(), std::stoi(c.number)) << c.what;
-    }
+    EXPECT_EQ(r.p.serial().is_open() ? r.p.serial().port_number() : -1, c.open ? std::stoi(c.number) : -1) << c.what;
     EXPECT_EQ(r.p.sim_serial().opens(), c.opens) << c.what;
     EXPECT_EQ(r.m.AdressePort.text(), c.number) << c.what;
-    EXPECT_EQ(r.m.Shape1.color(), c.lamps) << c.what;
-    EXPECT_EQ(r.m.Shape2.color(), c.lamps) << c.what;
+    EXPECT_EQ(std::pair(r.m.Shape1.color(), r.m.Shape2.color()), std::pair(c.lamps, c.lamps)) << c.what;
     EXPECT_EQ(r.frames(before).size(), static_cast<std::size_t>(c.frames)) << c.what;
     if (!c.service.empty()) {
       EXPECT_EQ(r.m.Label_defautP.text(), c.service) << c.what;
     }
+    EXPECT_FALSE(r.p.busy() || r.s.scan_port) << c.what;
+    const auto log = r.p.busy_log();
+    if (c.hourglass) {
+      EXPECT_NE(std::find(log.begin(), log.end(), true), log.end()) << c.what << ": no hourglass";
+    }
   }
-}
-
-TEST(Connection, PortFieldThatNamesNoPortEndsRed) {
-  for (const char* text : {"abc", "0", "-3", "99"}) {
-    LinkRig r;
-    ASSERT_TRUE(r.connect(10));
-    r.m.AdressePort.set_text(text);
-    EXPECT_FALSE(r.p.serial().is_open()) << text;
-    EXPECT_EQ(r.m.Shape1.color(), palette::kLightRed) << text;
-    EXPECT_EQ(r.m.Shape2.color(), palette::kLightRed) << text;
-  }
-}
-
-TEST(Scan, PortsThreeAndSevenConnectsToSeven) {
-  LinkRig r({3, 7});
-  r.m.Label3.click();
-  EXPECT_EQ(r.m.AdressePort.text(), "7");
-  EXPECT_TRUE(r.p.serial().is_open());
-  EXPECT_EQ(r.p.serial().port_number(), 7);
-  EXPECT_EQ(r.m.Shape1.color(), palette::kLightGreen);
-  EXPECT_FALSE(r.s.scan_port);
-  EXPECT_FALSE(r.p.busy());
-  EXPECT_EQ(r.frame_bytes().front(), "NUxxxxx\n");
-}
-
-TEST(Scan, NoPortAtAllEndsAtZeroRedWithNormalPointer) {
-  LinkRig r({});
-  r.m.Label3.click();
-  EXPECT_EQ(r.m.AdressePort.text(), "0");
-  EXPECT_FALSE(r.p.serial().is_open());
-  EXPECT_EQ(r.m.Shape1.color(), palette::kLightRed);
-  EXPECT_EQ(r.m.Shape2.color(), palette::kLightRed);
-  EXPECT_FALSE(r.p.busy());
-  EXPECT_FALSE(r.s.scan_port);
-  const auto log = r.p.busy_log();
-  EXPECT_NE(std::find(log.begin(), log.end(), true), log.end()) << "the hourglass showed during the scan";
-}
-
-TEST(Guard, RefusesWithThePortClosed) {
+  // The guard of every machine command.
   LinkRig r;
   EXPECT_FALSE(port_pret(r.c));
   EXPECT_EQ(r.m.Label_defautP.text().rfind("Machine non connectée", 0), 0u);

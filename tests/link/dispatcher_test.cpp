@@ -11,30 +11,84 @@ struct Connected : LinkRig {
   Connected() { EXPECT_TRUE(connect(10)); }
 };
 
-TEST(Dispatcher, OtherCharacterDuringAWaitDoesNotEndIt) {
-  Connected r;
-  r.peer.queue("MX", "");  // the board is slow: we script its replies by hand
-  const int64_t t = r.p.now();
-  r.p.deliver(t + 5, "C");
-  r.p.deliver(t + 7, "a");
-  r.p.deliver(t + 9, "A");
-  auto a = ecrit_et_attend(r.c, "MX00010\n", kRepA | kRepB | kRepD);
-  EXPECT_EQ(a, Attente::Reponse);
-  EXPECT_EQ(r.p.now(), t + 9);
-  EXPECT_TRUE(r.s.rep_A);
-  EXPECT_FALSE(r.s.rep_C) << "each character clears the others";
-  EXPECT_EQ(r.s.car_autre, 'a');
-}
-
-TEST(Dispatcher, ReplyWithNoWaitIsLostAtTheNextClearing) {
-  Connected r;
-  r.p.deliver(r.p.now() + 1, "B");
-  r.p.run_for(5);
-  EXPECT_TRUE(r.s.rep_B) << "flags keep their last value";
-  auto a = ecrit_et_attend(r.c, "MX00010\n", kRepA | kRepB | kRepD);
-  EXPECT_EQ(a, Attente::Reponse);
-  EXPECT_TRUE(r.s.rep_A);
-  EXPECT_FALSE(r.s.rep_B);
+// One frame and the wait for its reply: how and when it ends, what the operator is told, what the traffic
+// recorder keeps.
+TEST(Waits, HowAWaitEnds) {
+  using Set = std::function<void(Connected&, int64_t t)>;
+  auto garbage = [](const std::string& g) -> Set {
+    return [g](Connected& r, int64_t t) {
+      r.peer.silent = true;
+      for (std::size_t i = 0; i < g.size(); ++i) r.p.deliver(t + 10 + static_cast<int64_t>(i), g.substr(i, 1));
+    };
+  };
+  struct Case {
+    const char* what;
+    Set set;
+    Attente ending;
+    int64_t took;
+    std::string words, recorded;  // "": not looked at
+    double delai = kDelaiReponseMs;
+    std::function<void(Connected&)> then = {};
+  } cases[] = {
+      {"silence", garbage(""), Attente::Delai, kDelaiReponseMs, "Pas de réponse de la machine",
+       "pas de réponse après 5000 ms"},
+      {"only what no wait awaits", garbage("x\n\x01"), Attente::Inattendue, kDelaiReponseMs,
+       "Réponse inattendue de la machine : x<LF><01>", "réponse inattendue après 5000 ms : x<LF><01>"},
+      {"another character does not end it; each clears the others",
+       [](Connected& r, int64_t t) {
+         r.peer.queue("MY", "");
+         r.p.deliver(t + 5, "C");
+         r.p.deliver(t + 7, "a");
+         r.p.deliver(t + 9, "A");
+       },
+       Attente::Reponse, 9, "", "", kDelaiReponseMs,
+       [](Connected& r) {
+         EXPECT_TRUE(r.s.rep_A);
+         EXPECT_FALSE(r.s.rep_C);
+         EXPECT_EQ(r.s.car_autre, 'a');
+       }},
+      {"a reply with no wait keeps its flag until the next frame",
+       [](Connected& r, int64_t) {
+         r.p.deliver(r.p.now() + 1, "B");
+         r.p.run_for(5);
+         EXPECT_TRUE(r.s.rep_B);
+       },
+       Attente::Reponse, 1, "", "", kDelaiReponseMs, [](Connected& r) { EXPECT_FALSE(r.s.rep_B); }},
+      {"the port vanished", [](Connected& r, int64_t) { r.p.sim_serial().remove_port(10); }, Attente::PortPerdu, 0,
+       "", "", kDelaiReponseMs,
+       [](Connected& r) {
+         EXPECT_FALSE(r.p.serial().is_open());
+         EXPECT_EQ(r.m.Shape1.color(), palette::kLightRed);
+       }},
+      {"the port closed under the wait",
+       [](Connected& r, int64_t t) {
+         r.peer.silent = true;
+         r.p.at(t + 300, [&r] { r.p.sim_devices().removal_(); });
+       },
+       Attente::PortPerdu, 300, "", ""},
+      {"a time-out across a wrap of the tick",
+       [](Connected& r, int64_t) {
+         r.peer.silent = true;
+         r.p.set_tick_offset(2147483647LL - r.p.now() - 100);
+       },
+       Attente::Delai, 1000, "", "", 1000},
+  };
+  for (const auto& k : cases) {
+    Connected r;
+    k.set(r, r.p.now());
+    const int64_t t0 = r.p.now();
+    EXPECT_EQ(ecrit_et_attend(r.c, "MY00720\n", kRepA | kRepB, k.delai), k.ending) << k.what;
+    EXPECT_EQ(r.p.now() - t0, k.took) << k.what;
+    if (!k.words.empty()) {
+      EXPECT_EQ(texte_defaut_liaison(k.ending), k.words);
+      const auto lines = lignes_trafic(r.s.trafic);
+      EXPECT_NE(lines.back().find(" ! " + k.recorded), std::string::npos) << lines.back();
+    }
+    if (k.then) k.then(r);
+  }
+  EXPECT_EQ(delai_mouvement_ms(0, 5000), kDelaiReponseMs);
+  EXPECT_EQ(delai_mouvement_ms(1000, 5000), kDelaiReponseMs + 10000);
+  EXPECT_EQ(delai_mouvement_ms(1000, -5), kDelaiReponseMs);
 }
 
 TEST(CountedExchange, TwoLineFeedsAndBackToSingleMode) {
@@ -59,92 +113,22 @@ TEST(CountedExchange, TwoLineFeedsAndBackToSingleMode) {
   EXPECT_EQ(r.p.sim_serial().threshold(), 1);
   EXPECT_EQ(r.p.sim_serial().input_len(), 1);
   EXPECT_EQ(r.frame_bytes(from), (std::vector<std::string>{"MX01200\n", "\n", "\n"}));
-  // The next character is a single reply again.
-  r.p.deliver(r.p.now() + 1, "A");
-  r.s.rep_A = false;
-  r.p.run_for(3);
-  EXPECT_TRUE(r.s.rep_A);
 }
 
-TEST(CountedExchange, FewerThanFiveCharactersRaiseNoEvent) {
-  Connected r;
-  r.peer.after_lf("123");
-  std::string got = "untouched";
-  auto a = debut_echange_compte(r.c, got);
-  EXPECT_EQ(a, Attente::Delai) << "the wait goes on until the time-out";
-  EXPECT_EQ(got, "untouched");
-  EXPECT_FALSE(r.s.rep_5car_prete);
-  fin_echange_compte(r.c, false);
-}
-
-TEST(CountedExchange, ASecondCountedReplyStaysInTheBuffer) {
-  Connected r;
-  r.peer.after_lf("0001200034");
-  std::string got;
-  ASSERT_EQ(debut_echange_compte(r.c, got), Attente::Reponse);
-  r.p.run_for(5);
-  EXPECT_EQ(r.s.rep_5car, "00012");
-  EXPECT_EQ(r.p.serial().in_buffer_count(), 5);
-  fin_echange_compte(r.c, false);
-}
-
-// A board that says nothing and one that says only what no wait awaits:
-// both run to the time-out, with different words, and the garbage is kept in
-// the traffic recorder.
-TEST(Waits, SilenceAndGarbageTimeOutWithTheirOwnWords) {
-  struct Case {
-    std::string garbage;
-    Attente ending;
-    std::string words, recorded;
-  } cases[] = {
-      {"", Attente::Delai, "Pas de réponse de la machine", "pas de réponse après 5000 ms"},
-      {"x\n\x01", Attente::Inattendue, "Réponse inattendue de la machine : x<LF><01>",
-       "réponse inattendue après 5000 ms : x<LF><01>"},
-  };
-  for (const auto& c : cases) {
+TEST(CountedExchange, FiveCharactersAtATime) {
+  // Fewer than five raise no event: the wait runs to its time-out. A second counted reply stays in the buffer.
+  for (auto [sent, ending, got, left] : {std::tuple{"123", Attente::Delai, "untouched", 3},
+                                         {"0001200034", Attente::Reponse, "00012", 5}}) {
     Connected r;
-    r.peer.silent = true;
-    const int64_t t0 = r.p.now();
-    for (std::size_t i = 0; i < c.garbage.size(); ++i)
-      r.p.deliver(t0 + 10 + static_cast<int64_t>(i), c.garbage.substr(i, 1));
-    auto a = ecrit_et_attend(r.c, "MY00720\n", kRepA | kRepB);
-    EXPECT_EQ(a, c.ending) << c.words;
-    EXPECT_EQ(r.p.now() - t0, kDelaiReponseMs);
-    EXPECT_EQ(texte_defaut_liaison(a), c.words);
-    const auto lines = lignes_trafic(r.s.trafic);
-    EXPECT_NE(lines.back().find(" ! " + c.recorded), std::string::npos) << lines.back();
+    r.peer.after_lf(sent);
+    std::string reply = "untouched";
+    EXPECT_EQ(debut_echange_compte(r.c, reply), ending) << sent;
+    r.p.run_for(5);
+    EXPECT_EQ(reply, got);
+    EXPECT_EQ(r.s.rep_5car_prete, ending == Attente::Reponse) << sent;
+    EXPECT_EQ(r.p.serial().in_buffer_count(), left) << sent;
+    fin_echange_compte(r.c, false);
   }
-}
-
-TEST(Waits, PortThatVanishesFailsTheWriteAndTurnsTheLampsRed) {
-  Connected r;
-  r.p.sim_serial().remove_port(10);
-  auto a = ecrit_et_attend(r.c, "MY00720\n", kRepA | kRepB);
-  EXPECT_EQ(a, Attente::PortPerdu);
-  EXPECT_FALSE(r.p.serial().is_open());
-  EXPECT_EQ(r.m.Shape1.color(), palette::kLightRed);
-}
-
-TEST(Waits, PortClosedUnderAWaitEndsIt) {
-  Connected r;
-  r.peer.silent = true;
-  r.p.at(r.p.now() + 300, [&] { r.p.sim_devices().removal_(); });
-  const int64_t t0 = r.p.now();
-  EXPECT_EQ(ecrit_et_attend(r.c, "MY00720\n", kRepA | kRepB), Attente::PortPerdu);
-  EXPECT_EQ(r.p.now() - t0, 300);
-}
-
-TEST(Waits, TimeOutAcrossAWrapOfTheTick) {
-  Connected r;
-  r.peer.silent = true;
-  r.p.set_tick_offset(2147483647LL - r.p.now() - 100);
-  EXPECT_EQ(ecrit_et_attend(r.c, "MY00720\n", kRepA | kRepB, 1000), Attente::Delai);
-}
-
-TEST(Waits, MoveTimeOutGrowsWithTheMove) {
-  EXPECT_EQ(delai_mouvement_ms(0, 5000), kDelaiReponseMs);
-  EXPECT_EQ(delai_mouvement_ms(1000, 5000), kDelaiReponseMs + 10000);
-  EXPECT_EQ(delai_mouvement_ms(1000, -5), kDelaiReponseMs);
 }
 
 TEST(Recorder, KeepsOnlyTheLastFewHundred) {

@@ -78,55 +78,43 @@ TEST(ChoppedPulses, CheckSendsPwWithTheValueUncheckSendsPwOff) {
   EXPECT_EQ(r.m.dcycle_pwm.color(), palette::kMenu);
   r.m.dcycle_pwm.set_text("30");  // disabled: still "off"
   EXPECT_EQ(r.frames(from), F({{t0, "PW00020\n"}, {t0 + 12, "Pwxxxxx\n"}, {t0 + 24, "Pwxxxxx\n"}}));
-}
-
-TEST(ChoppedPulses, ClickOffAParameterPageDoesNothing) {
-  LinkRig r;
-  ASSERT_TRUE(r.connect(10));
+  // Off a parameter page the box does nothing.
   fenetre_perforation_Click(r.c);
-  auto from = r.mark();
-  const bool was = r.m.dcycle_pwm.enabled();
+  from = r.mark();
   r.m.valid_pwm.set_value(1);
-  EXPECT_EQ(r.m.dcycle_pwm.enabled(), was);
+  EXPECT_FALSE(r.m.dcycle_pwm.enabled());
   EXPECT_TRUE(r.frames(from).empty());
 }
 
-TEST(SensorMode, CouplingWithThePortClosed) {
-  LinkRig r;
-  fenetre_moteurs_Click(r.c);
-  r.m.Check1.set_value(1);
-  EXPECT_EQ(r.m.Check2.value(), 0);
-  EXPECT_TRUE(r.m.TempoZ.enabled());
-  EXPECT_EQ(r.m.TempoZ.color(), palette::kWindow);
-  r.m.Check1.set_value(0);
-  EXPECT_EQ(r.m.Check2.value(), 1);
-  EXPECT_FALSE(r.m.TempoZ.enabled());
-  EXPECT_EQ(r.m.TempoZ.color(), palette::kMenu);
-  EXPECT_TRUE(r.frames().empty());
-}
-
-TEST(SensorMode, FramesWithThePortOpen) {
-  OnMotorPage r;
-  auto from = r.mark();
-  const int64_t t0 = r.p.now();
-  r.m.Check1.set_value(1);
-  EXPECT_EQ(r.m.Check2.value(), 0);
-  r.m.Check1.set_value(0);
-  EXPECT_EQ(r.m.Check2.value(), 1);
-  // 10 ms after the frame, no turn of its own.
-  EXPECT_EQ(r.frames(from), F({{t0, "CPxxxxx\n"}, {t0 + 11, "cpxxxxx\n"}}));
-}
-
-TEST(SensorMode, CycleAutoNeedsNoPageAndSendsNothing) {
-  LinkRig r;
-  ASSERT_TRUE(r.connect(10));
-  fenetre_perforation_Click(r.c);
-  auto from = r.mark();
-  r.m.Check2.set_value(0);
-  EXPECT_TRUE(r.m.TempoZ.enabled());
-  r.m.Check2.set_value(1);
-  EXPECT_FALSE(r.m.TempoZ.enabled());
-  EXPECT_TRUE(r.frames(from).empty());
+// The sensor box sets the automatic cycle box and the pulse field, with the port closed or open; the automatic
+// cycle box alone needs no page and sends nothing.
+TEST(SensorMode, CouplingAndFrames) {
+  for (bool open : {false, true}) {
+    LinkRig r;
+    fenetre_moteurs_Click(r.c);
+    if (open) {
+      ASSERT_TRUE(r.connect(10));
+    }
+    auto from = r.mark();
+    const int64_t t0 = r.p.now();
+    r.m.Check1.set_value(1);
+    EXPECT_EQ(r.m.Check2.value(), 0);
+    EXPECT_TRUE(r.m.TempoZ.enabled());
+    EXPECT_EQ(r.m.TempoZ.color(), palette::kWindow);
+    r.m.Check1.set_value(0);
+    EXPECT_EQ(r.m.Check2.value(), 1);
+    EXPECT_FALSE(r.m.TempoZ.enabled());
+    EXPECT_EQ(r.m.TempoZ.color(), palette::kMenu);
+    // 10 ms after the frame, no turn of its own.
+    EXPECT_EQ(r.frames(from), open ? F({{t0, "CPxxxxx\n"}, {t0 + 11, "cpxxxxx\n"}}) : F({})) << open;
+    fenetre_perforation_Click(r.c);
+    from = r.mark();
+    r.m.Check2.set_value(0);
+    EXPECT_TRUE(r.m.TempoZ.enabled());
+    r.m.Check2.set_value(1);
+    EXPECT_FALSE(r.m.TempoZ.enabled());
+    EXPECT_TRUE(r.frames(from).empty());
+  }
 }
 
 }  // namespace
