@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "console/pages.h"
+#include "console/service_line.h"
 #include "platform/sim/sim_platform.h"
 
 namespace brivel {
@@ -11,88 +12,62 @@ namespace {
 TEST(Model, DefaultsOfTheFieldMap) {
   Model m;
   struct Case {
-    const char* name;
-    const char* text;
-    const char* tooltip;
-    bool enabled;
-    bool visible;
+    const char *name, *text, *tooltip;
+    std::string state;  // E enabled, V visible, - not
   } cases[] = {
-      {"Brivel", "Perforation de cartons d'orgue de barbarie          Brivel", "", true, true},
-      {"Label_defautP", "Sélectionner un fichier de paramètres (*.set) ou menu  Fenêtre ", "Messages de service ", true,
-       true},
-      {"vitesse", "60", "Vitesse d'avancement du carton", true, true},
-      {"Poincon", "3", "Dimension du poinçon dans le sens de l'avancement du carton", true, true},
-      {"PasmotY", "0.083", "Avance du carton pour 1 pas moteur Y", true, true},
-      {"NbpasY", "10", "Nombre de pas moteur par pas de perforation", true, true},
-      {"Dist_cartons", "300", "Avance du carton entre la perforation de 2 fichiers successifs", true, true},
-      {"AdressePort", "10", "Adresse du port", true, true},
-      {"VitesseX", "5000", "Durée d'un pas X en microsecondes", true, true},
-      {"VitesseY", "7500", "Durée d'un pas Y en microsecondes", true, true},
-      {"Text_origineX", "220", "Nombre de pas du moteur X entre le point d'origine et le bord du carton", true, true},
-      {"TempoZ", "2", "Durée de l'impulsion de commande", true, true},
-      {"MaxZ", "12", "Délai après l'impulsion", true, true},
-      {"dcycle_pwm", "20", "Pourcentage de la durée d'une impulsion à zéro", true, true},
-      {"nb_PasX", "200", "Nbre de pas en X si commande X activée", true, true},
-      {"NBTouches", "29", "Nombre de notes de l'instrument", false, true},
-      {"Text12", "6.3", "Distance entre l'axe de la première note et le bord du carton", false, true},
-      {"Text13", "4.2", "Distance entre les rangées de perforations", false, true},
-      {"Text11", "0.21", "Déplacement de la tête de peforation pour 1 pas moteur X", true, true},
-      {"Text16", "1.2", "Longueur du doigt en lecture mécanique", false, true},
-      {"Text14", "1.00", "Longueur minimale de pont", true, true},
-      {"Text15", "1.50", "Longueur maximale de pont", true, true},
-      {"Text17", "6", "Longueur de note maximale sans pont", true, true},
-      {"Text9", "0", "Nombre de pertes de pas depuis le début de la perforation", true, true},
-      {"Text10", "0", "Perte de pas maximale observée", true, true},
-      {"Calibration", "Attente calibration", "", true, true},
-      {"Text3", "3", "", true, true},
-      {"Text6", "250", "", true, true},
-      {"ReferenceX", "-10", "Décalage butée carton", true, true},
-      {"ReferenceY", "0", "Origine du compteur Y", true, true},
-      {"Deb_perf_mn", "", "Début de perforation", true, true},
-      {"Text4", "20", "Nombre de pas Y", true, true},
-      {"Command11", "Perforer", "Lancement de la perforation", false, true},
-      {"Command12", "Pause", "Suspend ou reprend la perforation", false, true},
-      {"Avance", "Avance", "Avance du carton en continu", false, true},
-      {"Calculer_pas_X", "Calculer", "", false, true},
-      {"Def_ponts", "Définir", "Accès au cadre de définition des ponts", true, true},
-      {"Frame3", "Fichier Midi", "", true, true},
-      {"Frame2", "Numéros notes Midi et Nb pas X par rapport au bord du carton", "", true, false},
-      {"Detecteur", "Détecteurs", "", true, false},
-      {"Calc_ponts", "Calcul ponts Y", "", true, false},
-      {"Ouvre_midi", "Ouvrir Fichier Midi...", "", false, true},
-      {"Sauve_param", "Sauver Paramètres", "", false, true},
-      {"Sauve_contexte", "Sauver Contexte", "", false, true},
-      {"Restitue_contexte", "Restituer Contexte", "", true, true},
-      {"perfo_retard", "Perforation différée...", "", false, true},
-      {"Programmation", "Outils", "", true, true},
-      {"Prog_uno_rev3", "Uno - Uno rev3", "", true, true},
-      {"Note(1)", "57", "", true, true},
-      {"Note(29)", "68", "", true, true},
-      {"Note(30)", "0", "", true, true},
-      {"Position(28)", "474", "", true, true},
-      {"Position(63)", "0", "", true, true},
-      {"compteurXY(1)", "0", "", true, false},
-      {"About.nb_trou", "", "", true, false},
-      {"EEPROM.adress", "0", "", true, true},
+      {"Brivel", "Perforation de cartons d'orgue de barbarie          Brivel", "", "EV"},
+      {"Label_defautP", "Sélectionner un fichier de paramètres (*.set) ou menu  Fenêtre ", "Messages de service ",
+       "EV"},
+      {"vitesse", "60", "Vitesse d'avancement du carton", "EV"},
+      {"Poincon", "3", "Dimension du poinçon dans le sens de l'avancement du carton", "EV"},
+      {"PasmotY", "0.083", "Avance du carton pour 1 pas moteur Y", "EV"},
+      {"NbpasY", "10", "Nombre de pas moteur par pas de perforation", "EV"},
+      {"Dist_cartons", "300", "Avance du carton entre la perforation de 2 fichiers successifs", "EV"},
+      {"AdressePort", "10", "Adresse du port", "EV"}, {"VitesseX", "5000", "Durée d'un pas X en microsecondes", "EV"},
+      {"VitesseY", "7500", "Durée d'un pas Y en microsecondes", "EV"},
+      {"Text_origineX", "220", "Nombre de pas du moteur X entre le point d'origine et le bord du carton", "EV"},
+      {"TempoZ", "2", "Durée de l'impulsion de commande", "EV"}, {"MaxZ", "12", "Délai après l'impulsion", "EV"},
+      {"dcycle_pwm", "20", "Pourcentage de la durée d'une impulsion à zéro", "EV"},
+      {"nb_PasX", "200", "Nbre de pas en X si commande X activée", "EV"},
+      {"NBTouches", "29", "Nombre de notes de l'instrument", "-V"},
+      {"Text12", "6.3", "Distance entre l'axe de la première note et le bord du carton", "-V"},
+      {"Text13", "4.2", "Distance entre les rangées de perforations", "-V"},
+      {"Text11", "0.21", "Déplacement de la tête de peforation pour 1 pas moteur X", "EV"},
+      {"Text16", "1.2", "Longueur du doigt en lecture mécanique", "-V"},
+      {"Text14", "1.00", "Longueur minimale de pont", "EV"}, {"Text15", "1.50", "Longueur maximale de pont", "EV"},
+      {"Text17", "6", "Longueur de note maximale sans pont", "EV"},
+      {"Text9", "0", "Nombre de pertes de pas depuis le début de la perforation", "EV"},
+      {"Text10", "0", "Perte de pas maximale observée", "EV"}, {"Calibration", "Attente calibration", "", "EV"},
+      {"Text3", "3", "", "EV"}, {"Text6", "250", "", "EV"}, {"ReferenceX", "-10", "Décalage butée carton", "EV"},
+      {"ReferenceY", "0", "Origine du compteur Y", "EV"}, {"Deb_perf_mn", "", "Début de perforation", "EV"},
+      {"Text4", "20", "Nombre de pas Y", "EV"}, {"Command11", "Perforer", "Lancement de la perforation", "-V"},
+      {"Command12", "Pause", "Suspend ou reprend la perforation", "-V"},
+      {"Avance", "Avance", "Avance du carton en continu", "-V"}, {"Calculer_pas_X", "Calculer", "", "-V"},
+      {"Def_ponts", "Définir", "Accès au cadre de définition des ponts", "EV"}, {"Frame3", "Fichier Midi", "", "EV"},
+      {"Frame2", "Numéros notes Midi et Nb pas X par rapport au bord du carton", "", "E-"},
+      {"Detecteur", "Détecteurs", "", "E-"}, {"Calc_ponts", "Calcul ponts Y", "", "E-"},
+      {"Ouvre_midi", "Ouvrir Fichier Midi...", "", "-V"}, {"Sauve_param", "Sauver Paramètres", "", "-V"},
+      {"Sauve_contexte", "Sauver Contexte", "", "-V"}, {"Restitue_contexte", "Restituer Contexte", "", "EV"},
+      {"perfo_retard", "Perforation différée...", "", "-V"}, {"Programmation", "Outils", "", "EV"},
+      {"Prog_uno_rev3", "Uno - Uno rev3", "", "EV"}, {"Note(1)", "57", "", "EV"}, {"Note(29)", "68", "", "EV"},
+      {"Note(30)", "0", "", "EV"}, {"Position(28)", "474", "", "EV"}, {"Position(63)", "0", "", "EV"},
+      {"compteurXY(1)", "0", "", "E-"}, {"About.nb_trou", "", "", "E-"}, {"EEPROM.adress", "0", "", "EV"},
   };
   for (const auto& c : cases) {
     Element* e = m.find(c.name);
     ASSERT_NE(e, nullptr) << c.name;
     EXPECT_EQ(e->text(), c.text) << c.name;
     EXPECT_EQ(e->tooltip(), c.tooltip) << c.name;
-    EXPECT_EQ(e->enabled(), c.enabled) << c.name;
-    EXPECT_EQ(e->visible(), c.visible) << c.name;
+    EXPECT_EQ(std::string(e->enabled() ? "E" : "-") + (e->visible() ? "V" : "-"), c.state) << c.name;
   }
   // The captions beside the fields, and frames that carry their buttons.
   for (auto [name, label] : {std::pair{"affiche_note", "Note perforée"}, {"Poin_B", "Poinçon bas"},
                              {"Deb_perf_mn", "De"}, {"Text5", "Vitesse Y"}})
     EXPECT_EQ(m.find(name)->label(), label) << name;
   for (const char* name : {"Command2", "Command3", "Text4"}) EXPECT_EQ(m.find(name)->parent(), "Frame1") << name;
-  EXPECT_EQ(m.Demipas.value(), 1);
-  EXPECT_EQ(m.Check2.value(), 1);
-  EXPECT_EQ(m.Check3.value(), 1);
+  for (Element* e : {&m.Demipas, &m.Check2, &m.Check3, &m.valid_pwm, &m.Check1, &m.Check4, &m.Check5, &m.Check6})
+    EXPECT_EQ(e->value(), e == &m.Demipas || e == &m.Check2 || e == &m.Check3) << e->name();
   EXPECT_EQ(m.Check3.text(), "Do Ré mi");
-  for (Element* e : {&m.valid_pwm, &m.Check1, &m.Check4, &m.Check5, &m.Check6}) EXPECT_EQ(e->value(), 0) << e->name();
   EXPECT_EQ(m.Ouvre_midi.shortcut(), "Ctrl+O");
   EXPECT_EQ(m.fenetre_notes.shortcut(), "F3");
   EXPECT_EQ(m.WD_timer.interval(), 1000);
@@ -131,9 +106,7 @@ TEST(Model, ChangeRuleRunsTheHandlerInsideTheWriteOnlyOnADifference) {
 
   int clicks = 0;
   m.Check1.handler = [&] { ++clicks; };
-  m.Check1.set_value(1);
-  m.Check1.set_value(1);
-  m.Check1.set_value(2);
+  for (int v : {1, 1, 2}) m.Check1.set_value(v);
   EXPECT_EQ(clicks, 2);
 }
 
@@ -176,40 +149,36 @@ class Pages : public ::testing::Test {
 };
 
 TEST_F(Pages, EachPageShowsItsFramesAndSetsTheWindow) {
-  struct Expect {
-    Element Model::*e;
-    bool perf, mot, notes;
-  } table[] = {
-      {&Model::Frame3, true, false, false},     {&Model::Frame4, false, true, false},
-      {&Model::Frame5, false, true, false},     {&Model::Frame7, false, true, false},
-      {&Model::axe, false, true, false},        {&Model::Detecteur, false, true, false},
-      {&Model::Calibration_axes, false, true, false}, {&Model::Calc_ponts, false, false, false},
-      {&Model::Frame2, false, false, true},     {&Model::Calcul_X, false, false, true},
-      {&Model::Frame9, false, false, true},     {&Model::Perfoman, false, false, true},
-      {&Model::Origine_N, false, false, true},
+  // The page each frame shows on: Perforation, Moteurs, Notes, or none.
+  const std::pair<Element Model::*, char> table[] = {
+      {&Model::Frame3, 'P'}, {&Model::Frame4, 'M'},   {&Model::Frame5, 'M'},    {&Model::Frame7, 'M'},
+      {&Model::axe, 'M'},    {&Model::Detecteur, 'M'}, {&Model::Calibration_axes, 'M'}, {&Model::Calc_ponts, '-'},
+      {&Model::Frame2, 'N'}, {&Model::Calcul_X, 'N'}, {&Model::Frame9, 'N'},    {&Model::Perfoman, 'N'},
+      {&Model::Origine_N, 'N'},
+  };
+  auto showing = [&](char page) {
+    for (auto [e, on] : table) EXPECT_EQ((m.*e).visible(), on == page) << page << " " << (m.*e).name();
   };
   s.mesure_origine = -1;
   s.visu_active = true;
   m.fenetre_moteurs.operator_click();
   EXPECT_EQ(s.mesure_origine, 0);
-  for (auto& t : table) EXPECT_EQ((m.*t.e).visible(), t.mot) << (m.*t.e).name();
+  showing('M');
   EXPECT_EQ(m.Brivel.width(), 8505);
   EXPECT_TRUE(m.Sauve_param.enabled());
   EXPECT_TRUE(m.Timer1.enabled()) << "the detector view polls on the motor page";
+  EXPECT_TRUE(m.shown(m.Frame8));
   m.fenetre_notes.operator_click();
-  for (auto& t : table) EXPECT_EQ((m.*t.e).visible(), t.notes) << (m.*t.e).name();
+  showing('N');
   EXPECT_FALSE(m.Timer1.enabled());
   EXPECT_TRUE(s.visu_active) << "but stays on";
   m.fenetre_perforation.operator_click();
-  for (auto& t : table) EXPECT_EQ((m.*t.e).visible(), t.perf) << (m.*t.e).name();
+  showing('P');
   EXPECT_EQ(m.Brivel.width(), 6810);
   EXPECT_EQ(m.Brivel.height(), 5700);
   EXPECT_TRUE(m.Ouvre_midi.enabled());
-}
-
-TEST_F(Pages, Frame8StaysVisibleButBeyondTheNarrowWindow) {
+  // From the motor page, frame 8 stays visible but beyond the narrow window.
   m.fenetre_moteurs.operator_click();
-  EXPECT_TRUE(m.shown(m.Frame8));
   m.fenetre_perforation.operator_click();
   EXPECT_TRUE(m.Frame8.visible());
   EXPECT_FALSE(m.shown(m.Frame8));
@@ -243,6 +212,22 @@ TEST_F(Pages, SmallHandlersOfTheConsole) {
   m.apropos.operator_click();
   EXPECT_TRUE(m.About.visible());
   EXPECT_FALSE(m.nb_trou.visible());
+}
+
+// Faults and refusals in red, states and progress not.
+TEST(ServiceLine, FaultsApartFromStates) {
+  for (const char* fault : {"Erreur repos poinçon - Contexte sauvegardé", "Liaison série perdue",
+                            "Perte d'origine :  40 pas - Contexte sauvegardé",
+                            "Non réponse poinçon - Contexte sauvegardé",
+                            "Pas de réponse de la machine - Contexte sauvegardé",
+                            "Commande refusée : la machine exécute déjà une commande",
+                            "Machine non connectée : perforation impossible. Indiquer le numéro du port COM",
+                            "Résoudre le défaut avant de Continuer", "Aucune note à perforer dans ce fichier Midi"})
+    EXPECT_TRUE(texte_de_defaut(fault)) << fault;
+  for (const char* state : {"Perforation en cours", "Perforation terminée", "Carte arduino détectée", "",
+                            "Contexte sauvegardé - Cliquer Continuer pour reprendre",
+                            "Prêt à perforer - durée 3 mn 05 s", "Recalage par rapport à l'origine"})
+    EXPECT_FALSE(texte_de_defaut(state)) << state;
 }
 
 }  // namespace
