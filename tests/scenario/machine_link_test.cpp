@@ -1,41 +1,25 @@
-// The console and the board model on the simulated line: connection,
-// parameter push, one hole, and the faults that the board can be told to
-// make.
+// The console and the board model on the simulated line: connection, parameter push, one hole, and the faults
+// that the board can be told to make.
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 #include "core/cp1252.h"
 #include "run/motion/motion.h"
-#include "support/sim_console.h"
+#include "support/punch_rig.h"
 
 namespace brivel::test {
 namespace {
 
-BoardOptions script(const char* text) {
-  std::string error;
-  auto o = parse_fault_script(text, &error);
-  EXPECT_TRUE(o.has_value()) << error;
-  return o.value_or(BoardOptions{});
-}
-
-TEST(MachineLink, ConnectionResetsTheBoardAndPushesTheConsoleValues) {
+TEST(MachineLink, ConnectionPushesTheConsoleValuesThenOneHoleIsRecordedWhereTheCountersSay) {
   SimConsole sc;
   sc.m.VitesseX.set_text("4000");
   sc.m.valid_pwm.set_value(1);
   ASSERT_TRUE(sc.connect(10));
   EXPECT_EQ(sc.board.resets(), 1);
-  const auto& params = sc.board.parameters();
-  EXPECT_EQ(params.at("PX"), 4000);
-  EXPECT_EQ(params.at("PY"), 7500);
-  EXPECT_EQ(params.at("OX"), 220);
-  EXPECT_EQ(params.at("IZ"), 2);
-  EXPECT_EQ(params.at("MZ"), 12);
-  EXPECT_EQ(params.at("PW"), 20);
+  for (auto [code, value] : {std::pair{"PX", 4000}, {"PY", 7500}, {"OX", 220}, {"IZ", 2}, {"MZ", 12}, {"PW", 20}})
+    EXPECT_EQ(sc.board.parameters().at(code), value) << code;
   EXPECT_GE(sc.frames().front().at_ms, 900) << "the board needs its start-up time";
-}
-
-TEST(MachineLink, OneHoleIsRecordedWhereTheCountersSay) {
-  SimConsole sc;
-  ASSERT_TRUE(sc.connect(10));
   sc.m.Demipas.set_value(0);
   sc.m.NbpasY.set_text("10");
   sc.m.nb_PasY.set_text(" 72");
@@ -50,13 +34,11 @@ TEST(MachineLink, OneHoleIsRecordedWhereTheCountersSay) {
   EXPECT_EQ(sc.s.etat_pause, 0) << sc.m.Label_defautP.text();
   ASSERT_EQ(sc.board.holes().size(), 1u);
   EXPECT_EQ(sc.board.holes()[0].y_steps, 720);
-  EXPECT_EQ(sc.s.compteur_X, 1200);
-  EXPECT_EQ(sc.s.compteur_Y, 72);
-  EXPECT_EQ(sc.s.compteur_trous, 1);
+  EXPECT_EQ(std::make_tuple(sc.s.compteur_X, sc.s.compteur_Y, sc.s.compteur_trous), std::make_tuple(1200, 72, 1));
 }
 
-TEST(MachineLink, LargeLossOfStepsSuspendsWithTheCount) {
-  SimConsole sc(script("D MX 1 40"));
+TEST(MachineLink, LargeLossOfStepsSuspendsWithTheCountThenASilentPunchTripsTheWatchdog) {
+  SimConsole sc(fault_script("D MX 1 40\nsilence CZ 1"));
   ASSERT_TRUE(sc.connect(10));
   sc.s.sens_X = true;
   sc.m.Demipas.set_value(0);
@@ -70,20 +52,15 @@ TEST(MachineLink, LargeLossOfStepsSuspendsWithTheCount) {
   sc.s.etat_pause = 0;
   deplace_X(sc.c);
   EXPECT_EQ(sc.s.etat_pause, 0) << sc.m.Label_defautP.text();
-}
-
-TEST(MachineLink, SilentPunchTripsTheWatchdogAndLeavesAReport) {
-  SimConsole sc(script("silence CZ 1"));
-  ASSERT_TRUE(sc.connect(10));
+  // The first punch cycle gets no reply: the watchdog answers, and a report of the line is left.
+  std::filesystem::remove(sc.home + "Perfo_en_cours.sav");
   sc.s.perforation_lancee = true;
-  debut_travail(sc.c);
   cycle_Z(sc.c);
   EXPECT_EQ(sc.m.Label_defaut.text(), "Non réponse poinçon");
   EXPECT_EQ(sc.m.Label_defautP.text(), "Non réponse poinçon - Contexte sauvegardé");
   EXPECT_EQ(sc.m.Command12.text(), "Continuer");
   EXPECT_FALSE(sc.read_file("Perfo_en_cours.sav").empty());
-  const std::string report = cp1252_to_utf8(sc.read_file("Perfo_en_cours.trafic.txt"));
-  EXPECT_NE(report.find("> CZxxxxx<LF>"), std::string::npos);
+  EXPECT_NE(cp1252_to_utf8(sc.read_file("Perfo_en_cours.trafic.txt")).find("> CZxxxxx<LF>"), std::string::npos);
 }
 
 }  // namespace
