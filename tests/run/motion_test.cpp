@@ -37,36 +37,6 @@ struct Machine : LinkRig {
   }
 };
 
-TEST(Motion, TheFramesOfOneHoleAndTheWorkingSequence) {
-  Machine r;
-  r.m.NbpasY.set_text("10");
-  r.s.compteur_Y = 2;
-  r.m.nb_PasY.set_text(" 72");
-  r.s.compteur_X = 300;
-  r.m.nb_PasX.set_text("1200");
-  r.s.perforation_lancee = true;
-  auto from = r.mark();
-  const int64_t t = r.p.now();
-  debut_travail(r.c);
-  deplace_Y(r.c);
-  EXPECT_EQ(r.m.LabelY.text(), "74");
-  deplace_X(r.c);
-  EXPECT_EQ(r.m.LabelX.text(), "1500");
-  cycle_Z(r.c);
-  EXPECT_EQ(r.s.compteur_trous, 1);
-  fin_travail(r.c);
-  // Each reply 1 ms after its frame; the 250 ms after AG, the 25 ms after a move or ZG, end on the next tick.
-  const int64_t u = t + 251;
-  EXPECT_EQ(r.frames(from), F({{t, "AGxxxxx\n"}, {u, "MY00720\n"}, {u + 27, "MX01200\n"}, {u + 54, "CZxxxxx\n"},
-                               {u + 56, "ZGxxxxx\n"}}));
-  EXPECT_EQ(r.p.now(), u + 56 + 26);
-  EXPECT_FALSE(r.m.WD_timer.enabled());
-  EXPECT_EQ(r.m.E(7).color(), palette::kWhite);
-  r.p.run_for(2000);  // a prompt reply leaves no watchdog behind
-  EXPECT_EQ(r.s.watchdog_echu, 0);
-  EXPECT_EQ(r.s.etat_pause, 0);
-}
-
 TEST(Motion, XCodeByDirectionAndHalfStep) {
   // The other three codes are in the run's frames; the frame rounds away from zero, the counter to even.
   for (auto [sens, demipas, steps, frame, counter] :
@@ -252,21 +222,17 @@ TEST(Motion, CountersFollowTheFieldAsItStandsAfterTheWait) {
 TEST(Origin, SearchAndReRegistration) {
   struct Case {
     const char* what;
-    int demipas;
-    bool recalage;
-    int16_t x_before;
-    bool sens_before;
-    int16_t mesure;
+    int demipas, recalage, x_before, sens_before, mesure;
     const char *reply, *count;         // to the search frame; after the bare line feed, for "D"
     Strings frames, labelx, service;  // LabelX and the service line: each text they showed
   } cases[] = {
-      {"re-registration on the edge keeps the last direction", 0, true, 220, false, 0, "A", "",
+      {"re-registration on the edge keeps the last direction", 0, 1, 220, 0, 0, "A", "",
        {"ORxxxxx\n", "Mx00000\n"}, {"220"}, {"Recalage par rapport à l'origine", "Perforation en cours"}},
-      {"half steps, back to the saved X", 1, true, 400, false, 0, "A", "", {"oRxxxxx\n", "mX00180\n"},
+      {"half steps, back to the saved X", 1, 1, 400, 0, 0, "A", "", {"oRxxxxx\n", "mX00180\n"},
        {"220", "400"}, {"Recalage par rapport à l'origine", "Perforation en cours"}},
-      {"after RAZ without a count", 0, false, 0, true, -1, "A", "", {"ORxxxxx\n"}, {"220", "", "0"},
+      {"after RAZ without a count", 0, 0, 0, 1, -1, "A", "", {"ORxxxxx\n"}, {"220", "", "0"},
        {"Recherche de l'origine", "Perforation en cours"}},
-      {"after RAZ with a count", 0, false, 0, true, -1, "D", "00123", {"ORxxxxx\n", "\n", "\n"},
+      {"after RAZ with a count", 0, 0, 0, 1, -1, "D", "00123", {"ORxxxxx\n", "\n", "\n"},
        {"220", "00123", "123"}, {"Recherche de l'origine", "Perforation en cours"}},
   };
   for (const auto& k : cases) {
@@ -274,10 +240,10 @@ TEST(Origin, SearchAndReRegistration) {
     r.m.Demipas.set_value(k.demipas);
     r.s.perforation_lancee = true;
     r.s.recalage_demande = k.recalage;
-    r.s.compteur_X = k.x_before;
+    r.s.compteur_X = static_cast<int16_t>(k.x_before);
     r.m.LabelX.set_text("0");
     r.s.sens_X = k.sens_before;
-    r.s.mesure_origine = k.mesure;
+    r.s.mesure_origine = static_cast<int16_t>(k.mesure);
     r.peer.queue(k.demipas ? "oR" : "OR", k.reply);
     if (*k.count) r.peer.after_lf(k.count);
     Strings shown, said;
