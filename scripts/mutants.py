@@ -322,6 +322,32 @@ def sample(cands, seed: int, limit: int):
     return picked
 
 
+def replayed(reports):
+    """The mutants of earlier reports, placed in today's sources: at the same
+    line when it still reads the same, else at the nearest line that does. A
+    mutant whose line is no longer anywhere in its file is returned apart."""
+    picked, gone, seen = [], [], set()
+    texts = {}
+    for report in reports:
+        for r in json.loads(Path(report).read_text()):
+            key = (r["file"], r["line"], r["kind"], r["after"])
+            if key in seen:
+                continue
+            seen.add(key)
+            if r["file"] not in texts:
+                f = ROOT / r["file"]
+                texts[r["file"]] = f.read_text(encoding="utf-8", errors="replace").split("\n") if f.is_file() else []
+            lines = texts[r["file"]]
+            at = [i + 1 for i, l in enumerate(lines) if l.strip() == r["before"]]
+            if not at:
+                gone.append(r)
+                continue
+            no = min(at, key=lambda i: abs(i - r["line"]))
+            line = lines[no - 1]
+            picked.append((r["file"], no, r["kind"], line[:len(line) - len(line.lstrip())] + r["after"]))
+    return picked, gone
+
+
 # --- The run ------------------------------------------------------------------------
 
 
@@ -338,6 +364,9 @@ def main():
     ap.add_argument("--all", action="store_true",
                     help="run every program that runs the line, not only up to the first that fails: "
                          "which tests kill which mutant, for trimming")
+    ap.add_argument("--replay", action="append", default=[],
+                    help="the .json of an earlier report: runs the same mutants again (found by their line's text "
+                         "when the sources have moved), instead of drawing a sample; may be given more than once")
     ap.add_argument("--against", default=None,
                     help="the .json of an earlier report: lists the mutants it killed that now survive")
     args = ap.parse_args()
@@ -354,9 +383,16 @@ def main():
     for rel in chosen:
         for no, kind, new in candidates_of(rel, (ROOT / rel).read_text(encoding="utf-8", errors="replace")):
             cands.append((rel, no, kind, new))
-    picked = sample(cands, args.seed, args.max)
-    print(f"{len(cands)} candidates in {len(chosen)} files; sample of {len(picked)} (seed {args.seed})",
-          file=sys.stderr)
+    if args.replay:
+        picked, gone = replayed(args.replay)
+        print(f"{len(picked)} mutants replayed from {', '.join(args.replay)}; {len(gone)} whose line is gone",
+              file=sys.stderr)
+        for r in gone:
+            print(f"  gone: {r['file']}:{r['line']}: {r['before']}", file=sys.stderr)
+    else:
+        picked = sample(cands, args.seed, args.max)
+        print(f"{len(cands)} candidates in {len(chosen)} files; sample of {len(picked)} (seed {args.seed})",
+              file=sys.stderr)
     if args.list:
         for rel, no, kind, new in picked:
             print(f"{rel}:{no}: {kind}: {new.strip()}")
@@ -461,7 +497,7 @@ def write_test_table(path: Path, results, build_dir: Path, programs):
 
 def lost_kills(before, now):
     """The mutants of `before` that were killed and survive in `now`."""
-    key = lambda r: (r["file"], r["line"], r["kind"], r["after"])
+    key = lambda r: (r["file"], r["kind"], r["before"], r["after"])
     survived = {key(r) for r in now if r["outcome"] == "survived"}
     return [r for r in before if r["outcome"] in ("killed", "timeout") and key(r) in survived]
 
@@ -480,7 +516,8 @@ def write_report(path: Path, results, args, seconds):
     for c in per_file.values():
         for k in head:
             total[k] += c[k]
-    out = [f"Mutants: seed {args.seed}, {len(results)} mutants, {seconds / 60:.1f} min; "
+    drawn = f"replay of {', '.join(Path(r).name for r in args.replay)}" if args.replay else f"seed {args.seed}"
+    out = [f"Mutants: {drawn}, {len(results)} mutants, {seconds / 60:.1f} min; "
            f"score {score(total):.3f} ({total['killed'] + total['timeout']} killed of "
            f"{len(results) - total['not compiled']} compiled; {total['survived']} survived, "
            f"{total['not compiled']} not compiled)", ""]
