@@ -25,6 +25,15 @@ void attente_fine(EventLoop& loop, double ms, double start) {
 }
 }  // namespace
 
+void attente_ms_depuis(EventLoop& loop, double ms, std::optional<double> depuis) {
+  if (!depuis || !loop.fine_ms()) {
+    attente_ms(loop, ms);
+    return;
+  }
+  loop.show_changes();
+  attente_fine(loop, ms, *depuis);
+}
+
 void attente_ms(EventLoop& loop, double ms) {
   if (auto fine = loop.fine_ms()) {
     // Painting is part of the wait, not added to it.

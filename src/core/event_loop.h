@@ -39,4 +39,9 @@ class EventLoop {
 // millisecond, without the whole millisecond the tick rule adds.
 void attente_ms(EventLoop& loop, double ms);
 
+// The same wait counted from `depuis`, an earlier reading of fine_ms(): what
+// was done since is not waited again. Without a fine clock, or without a
+// start, it is attente_ms.
+void attente_ms_depuis(EventLoop& loop, double ms, std::optional<double> depuis);
+
 }  // namespace brivel

@@ -52,6 +52,9 @@ struct RunState {
   char car_autre = 0;
   std::string rep_5car;        // five characters, blank-padded
   bool rep_5car_prete = false;
+  // When the one-character reply to the last frame came, on the fine clock
+  // (empty before it comes, and on a platform without that clock).
+  std::optional<double> reponse_recue_ms;
 
   // --- Connection -------------------------------------------------------------
   bool scan_port = false;

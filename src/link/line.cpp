@@ -37,6 +37,7 @@ double delai_mouvement_ms(double pas, double us_par_pas) {
 }
 
 bool envoie(Context& c, std::string_view bytes) {
+  c.s.reponse_recue_ms.reset();
   if (c.p.serial().write(bytes)) {
     c.s.trafic.add(c.p.tick_ms(), '>', bytes);
     return true;
@@ -64,6 +65,7 @@ void OnComm(Context& c, int comm_event) {
     s.rep_A = s.rep_B = s.rep_C = s.rep_D = s.rep_autre = false;
     std::string in = port.input();
     if (in.empty()) return;
+    s.reponse_recue_ms = c.p.fine_ms();
     s.trafic.add(c.p.tick_ms(), '<', in.substr(0, 1));
     note_single_reply(s, in[0]);
   } else if (!s.rep_5car_prete) {

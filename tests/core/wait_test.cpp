@@ -88,6 +88,15 @@ TEST(AttenteMs, WithAFineClockEndsOnTimeToAFraction) {
       }
     }
   }
+  // Counted from an earlier moment (a reply's arrival): what passed since is
+  // not waited again; without a start it is the plain wait.
+  for (auto [passe, expected] : {std::pair{10.0, 15.0}, {30.0, 0.0}, {-1.0, 25.0}}) {
+    FineLoop loop(0.2, 0.0);
+    const double now = loop.now_;
+    attente_ms_depuis(loop, 25, passe < 0 ? std::nullopt : std::optional<double>(now - passe));
+    EXPECT_NEAR(loop.now_ - now, expected, 0.1) << passe;
+    EXPECT_GE(loop.turns, 1);
+  }
 }
 
 TEST(AppPaths, DossierAppliByPrecedence) {

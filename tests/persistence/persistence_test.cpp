@@ -102,6 +102,29 @@ TEST(ContextFile, AutomaticSaveWritesAndRefreshesTheList) {
 
 // A cancel writes nothing; the menu asks with the filter and the piece's
 // name, then writes; a failed write is told on the service line.
+TEST(ContextFile, AWritePreparedAheadChangesNothingUntilTheSameWriteComes) {
+  SimDesk d;
+  const std::string f = d.home + "Perfo_en_cours.sav";
+  std::ofstream(f) << "old";
+  const BilanPreparees avant = bilan_preparees();
+  // Prepared, then the same bytes: renamed; other bytes: dropped, and the
+  // write that came is made in full; a second preparation drops the first.
+  for (const char* came : {"new", "other"}) {
+    prepare_fichier_atomique(f, "new");
+    EXPECT_EQ(d.read_file("Perfo_en_cours.sav"), "old");
+    ASSERT_TRUE(ecrit_fichier_atomique(f, came));
+    EXPECT_EQ(d.read_file("Perfo_en_cours.sav"), came);
+    EXPECT_FALSE(fs::exists(f + ".pret"));
+    std::ofstream(f) << "old";
+  }
+  prepare_fichier_atomique(f, "first");
+  prepare_fichier_atomique(f, "second");
+  ASSERT_TRUE(ecrit_fichier_atomique(f, "first"));
+  EXPECT_EQ(d.read_file("Perfo_en_cours.sav"), "first");
+  EXPECT_EQ(bilan_preparees().renommees - avant.renommees, 1);
+  EXPECT_EQ(bilan_preparees().perdues - avant.perdues, 3);
+}
+
 TEST(SaveMenu, CancelThenAskWithTheFilterAndStartNameThenAFailedWrite) {
   SimDesk d;
   d.m.Sauve_contexte.click();

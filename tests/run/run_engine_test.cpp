@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 
+#include "persistence/files/text_file.h"
 #include "run/engine/deferred.h"
 #include "support/punch_rig.h"
 
@@ -70,6 +71,7 @@ struct PieceRun : PunchRig {
 };
 
 TEST(RunEngine, HandWorkedPieceFrameByFrame) {
+  const BilanPreparees avant = bilan_preparees();
   // The note states at each hole: track 6 holds note 60, track 7 note 62.
   std::vector<std::tuple<int, int, std::string>> seen;
   PieceRun r({}, [&](PieceRun& r) {
@@ -100,6 +102,10 @@ TEST(RunEngine, HandWorkedPieceFrameByFrame) {
   EXPECT_EQ(r.m.gauge1.value(), r.m.List3.count());
   for (int k = 1; k <= 29; ++k) EXPECT_EQ(r.m.Note(k).color(), kEtatRepos) << k;
   EXPECT_TRUE(r.m.Avance.enabled() && r.m.nb_trou.visible() && r.s.perforation_lancee);
+  // The context marked before each Y move that follows a hole was written
+  // ahead, while the hole was punched, and only renamed.
+  EXPECT_EQ(bilan_preparees().renommees - avant.renommees, 15);
+  EXPECT_EQ(bilan_preparees().perdues, avant.perdues);
 }
 
 TEST(RunEngine, ARestrikeInsideAHeldNoteAndOneNoteOnTwoTracks) {

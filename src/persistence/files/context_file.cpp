@@ -122,26 +122,41 @@ bool structure_pour(const std::vector<std::string>& l, int n) {
 
 }  // namespace
 
-std::vector<std::string> lignes_contexte(const Model& m, const RunState& s) {
+namespace {
+// The lines of a context; `apres_le_trou`: as they will be once the punch
+// cycle under way is answered, its hole counted and the closing notes put
+// at rest.
+std::vector<std::string> lignes(const Model& m, const RunState& s, bool apres_le_trou,
+                                const std::optional<RunState::AvanceY>& avance) {
   std::vector<std::string> lines;
   lines.push_back(s.nom_fichier_set);
   lines.push_back(m.compteurXY(1).text());
-  lines.push_back(str_plain(s.compteur_trous));
+  lines.push_back(str_plain(s.compteur_trous + (apres_le_trou ? 1 : 0)));
   const int n = notes_in_use(m);
   for (int k = 1; k <= n; ++k) {
-    lines.push_back(note_state(m.Note(k).color()));
-    lines.push_back(m.Note(k).tooltip());
+    const bool au_repos = apres_le_trou && m.Note(k).color() == palette::kLightMagenta;
+    lines.push_back(au_repos ? "15" : note_state(m.Note(k).color()));
+    lines.push_back(au_repos ? "" : m.Note(k).tooltip());
   }
   lines.push_back(s.chemin_midi);
   lines.push_back(str_num(s.rang_fichier));
   lines.push_back(str_num(s.fichiers_restants));
   for (const auto& entry : m.Liste_fichiers.rows()) lines.push_back(entry);
-  if (s.avance_Y_en_cours) {
+  if (avance) {
     lines.push_back("");  // the file's own end; what follows is ours
-    lines.push_back(std::string(kMarqueAvanceY) + " " + std::to_string(s.avance_Y_en_cours->depuis) + " " +
-                    std::to_string(s.avance_Y_en_cours->vers));
+    lines.push_back(std::string(kMarqueAvanceY) + " " + std::to_string(avance->depuis) + " " +
+                    std::to_string(avance->vers));
   }
   return lines;
+}
+}  // namespace
+
+std::vector<std::string> lignes_contexte(const Model& m, const RunState& s) {
+  return lignes(m, s, false, s.avance_Y_en_cours);
+}
+
+void prepare_contexte_avant_avance(Context& c, RunState::AvanceY avance) {
+  prepare_fichier_atomique(c.s.dossier_appli + kContexteAuto, texte_fichier(lignes(c.m, c.s, true, avance)));
 }
 
 bool sauve_contexte_auto(Context& c) {

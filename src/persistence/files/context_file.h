@@ -42,6 +42,12 @@ inline constexpr const char* kMarqueAvanceY = "avance_Y_en_cours";
 bool sauve_contexte_auto(Context& c);
 // The same without refreshing File1: what a run writes after each Y move.
 bool ecrit_contexte_auto(Context& c);
+// Begins writing, on a thread of its own, the context that the run writes
+// before its next Y move (`avance`), as it will stand once the punch cycle
+// about to go out is answered: that write then takes only a rename. Nothing
+// changes on the disk until then; a context that turns out otherwise is
+// written in full.
+void prepare_contexte_avant_avance(Context& c, RunState::AvanceY avance);
 // The menu entry "Sauver Contexte".
 void Sauve_contexte_Click(Context& c);
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <future>
 #include <system_error>
 
 #include "core/cp1252.h"
@@ -34,17 +35,57 @@ bool ecrit_tout(int fd, const std::string& bytes) {
   }
   return true;
 }
-}  // namespace
 
-bool ecrit_fichier_atomique(const std::string& path, const std::string& bytes) {
-  const std::string tmp = path + ".tmp";
+// The temporary file, on the disk, ready to be renamed.
+bool ecrit_temporaire(const std::string& tmp, const std::string& bytes) {
   const int fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   if (fd < 0) return false;
   // On the disk before the rename: after a power cut the name holds either
   // the old text or the new one, never an empty file.
   const bool ok = ecrit_tout(fd, bytes) && ::fsync(fd) == 0;
   const bool closed = ::close(fd) == 0;
-  if (!ok || !closed || std::rename(tmp.c_str(), path.c_str()) != 0) {
+  if (!ok || !closed) ::unlink(tmp.c_str());
+  return ok && closed;
+}
+
+// The one write prepared ahead (one console, one thread hands them over).
+struct Preparee {
+  std::string path, bytes;
+  std::future<bool> pret;
+};
+std::optional<Preparee> g_preparee;
+BilanPreparees g_bilan;
+
+// The write prepared for `path`, renamed into place: true when it held
+// `bytes` and its file is now `path`; with other bytes it is dropped.
+bool termine_preparee(const std::string& path, const std::string* bytes) {
+  if (!g_preparee || g_preparee->path != path) return false;
+  Preparee p = std::move(*g_preparee);
+  g_preparee.reset();
+  const std::string tmp = p.path + ".pret";
+  const bool pret = p.pret.get();
+  if (pret && bytes && p.bytes == *bytes && std::rename(tmp.c_str(), path.c_str()) == 0) {
+    ++g_bilan.renommees;
+    return true;
+  }
+  if (pret) ::unlink(tmp.c_str());
+  ++g_bilan.perdues;
+  return false;
+}
+}  // namespace
+
+void prepare_fichier_atomique(const std::string& path, const std::string& bytes) {
+  if (g_preparee) termine_preparee(g_preparee->path, nullptr);
+  g_preparee = Preparee{path, bytes, std::async(std::launch::async, ecrit_temporaire, path + ".pret", bytes)};
+}
+
+BilanPreparees bilan_preparees() { return g_bilan; }
+
+bool ecrit_fichier_atomique(const std::string& path, const std::string& bytes) {
+  if (termine_preparee(path, &bytes)) return true;
+  const std::string tmp = path + ".tmp";
+  if (!ecrit_temporaire(tmp, bytes)) return false;
+  if (std::rename(tmp.c_str(), path.c_str()) != 0) {
     ::unlink(tmp.c_str());
     return false;
   }

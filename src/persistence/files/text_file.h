@@ -20,6 +20,21 @@ std::string texte_fichier(const std::vector<std::string>& lines);
 // whole. False on any failure; the old file is then left as it was.
 bool ecrit_fichier_atomique(const std::string& path, const std::string& bytes);
 
+// Begins, on a thread of its own, the write of `bytes` to `path` that the
+// program expects to make next: the temporary file is written and flushed
+// to the disk while the program goes on. The next ecrit_fichier_atomique of
+// the same path with the same bytes then only renames it into place; with
+// other bytes the prepared file is dropped and the write made in full. What
+// the file holds changes only at that rename, so a crash before it leaves
+// the file as it was.
+void prepare_fichier_atomique(const std::string& path, const std::string& bytes);
+// How the prepared writes have ended since the program started.
+struct BilanPreparees {
+  int renommees = 0;  // the write that came was the one prepared
+  int perdues = 0;    // another came, or another write was prepared first
+};
+BilanPreparees bilan_preparees();
+
 // The bytes of a regular file of at most `max_bytes`; empty when it is
 // missing, no regular file, unreadable or bigger.
 std::optional<std::string> lit_fichier_octets(const std::string& path, std::size_t max_bytes = 1 << 20);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <optional>
 
 #include "core/numbers.h"
 #include "geometry/geometry.h"
@@ -27,6 +29,9 @@ struct Run {
   int balayage_inverse = 0;   // the next sweep runs from the highest note down
   bool perfo_faite = false;   // a PASY sweep punched at least one hole
   bool pause_vue = false;     // fin_travail was sent in the wait after a hole
+  // The step of the row that follows the rows being punched: where the
+  // card goes next, when it goes.
+  std::optional<double> pas_suivant;
 
   bool dans_bornes(double p) const { return p >= debut && p <= fin; }
 };
@@ -44,10 +49,19 @@ void fin_du_handler(Context& c) {
 
 // A punch cycle of one of the piece's holes, told apart from the
 // operator's hand cycles in the counts.
-void cycle_piece(Context& c) {
+void cycle_piece(Context& c, const std::function<void()>& pendant_le_cycle = {}) {
   c.s.cycle_de_la_piece = true;
-  cycle_Z(c);
+  cycle_Z(c, pendant_le_cycle);
   c.s.cycle_de_la_piece = false;
+}
+
+// The step of the first row from `j` on that the run acts on.
+std::optional<double> pas_de_la_suite(const Model& m, int j) {
+  for (; j < m.List3.count(); ++j) {
+    const LigneRun l = lit_ligne_run(m.List3.row(j));
+    if (l.mot == "PASY" || l.mot == "NOTE" || l.mot == "NTOF") return l.pas;
+  }
+  return std::nullopt;
 }
 
 void mise_au_repos(Element& note) {
@@ -118,13 +132,28 @@ void attente_apres_trou(Context& c, Run& run) {
 void balayage(Context& c, Run& run, double p, bool pasy) {
   Model& m = c.m;
   const int n = notes_utilisees(m);
+  auto note_du_rang = [&](int i) { return run.balayage_inverse == 1 ? n + 1 - i : i; };
+  auto a_perforer = [&](int k) { return m.Note(k).color() == kEtatActif || m.Note(k).color() == kEtatFermant; };
+  int dernier = 0;
+  for (int i = 1; i <= n; ++i)
+    if (a_perforer(note_du_rang(i))) dernier = i;
+  // While the sweep's last hole is punched, the context that goes to the
+  // disk before the next Y move is written ahead, ready to be renamed.
+  std::function<void()> prepare;
+  if (run.pas_suivant && run.dans_bornes(*run.pas_suivant)) {
+    prepare = [&c, &run] {
+      const int32_t depuis = c.s.compteur_Y;
+      prepare_contexte_avant_avance(
+          c, RunState::AvanceY{depuis, clng_borne(depuis + val(str_num(*run.pas_suivant - depuis)))});
+    };
+  }
   for (int i = 1; i <= n; ++i) {
-    const int k = run.balayage_inverse == 1 ? n + 1 - i : i;
+    const int k = note_du_rang(i);
     const int etat = m.Note(k).color();
-    if (etat != kEtatActif && etat != kEtatFermant) continue;
+    if (!a_perforer(k)) continue;
     if (run.dans_bornes(p)) {
       perfo_Click(c, k);
-      cycle_piece(c);
+      cycle_piece(c, i == dernier ? prepare : std::function<void()>());
       if (pasy) run.perfo_faite = true;
       attente_apres_trou(c, run);
     }
@@ -181,8 +210,9 @@ void pas_Y(Context& c, const Run& run, double p) {
   if (calage) s.reprise_sans_avance = false;
 }
 
-void ligne_pasy(Context& c, Run& run, double p) {
+void ligne_pasy(Context& c, Run& run, int i, double p) {
   pas_Y(c, run, p);
+  run.pas_suivant = pas_de_la_suite(c.m, i + 1);
   run.perfo_faite = false;
   balayage(c, run, p, true);
   if (run.perfo_faite) run.balayage_inverse ^= 1;
@@ -219,6 +249,7 @@ int groupe_notes(Context& c, Run& run, int i, double p) {
       }
     }
   }
+  run.pas_suivant = pas_de_la_suite(m, derniere + 1);
   balayage(c, run, p, false);
   run.balayage_inverse ^= 1;
   return derniere;
@@ -310,7 +341,7 @@ void Command11_Click(Context& c) {
   for (int i = 0; i < m.List3.count(); ++i) {
     const LigneRun l = lit_ligne_run(m.List3.row(i));
     if (l.mot == "PASY")
-      ligne_pasy(c, run, l.pas);
+      ligne_pasy(c, run, i, l.pas);
     else if (l.mot == "NOTE" || l.mot == "NTOF")
       i = groupe_notes(c, run, i, l.pas);
     m.gauge1.set_value(i);

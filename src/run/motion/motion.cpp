@@ -19,6 +19,11 @@ constexpr int kMoveGapMs = 25;  // behind each X or Y move
 
 bool checked(const Element& box) { return box.value() == 1; }
 
+// The gap behind a move counts from the board's reply: what the console
+// does with the reply meanwhile is part of the gap, not added to it. After a
+// fault, or a counted exchange, it counts from now.
+void attente_apres_mouvement(Context& c) { attente_ms_depuis(c.p, kMoveGapMs, c.s.reponse_recue_ms); }
+
 void defaut_repos_poincon(Context& c) { defaut(c, "Erreur repos poinçon"); }
 
 // A wait that ended without a reply, or a frame that could not go out.
@@ -98,7 +103,7 @@ void deplace_X(Context& c) {
   const double fait = val(m.nb_PasX.text());
   s.compteur_X = cint_borne(static_cast<double>(s.compteur_X) + (s.sens_X ? fait : -fait));
   m.LabelX.set_text(str_plain(s.compteur_X));
-  attente_ms(c.p, kMoveGapMs);
+  attente_apres_mouvement(c);
 }
 
 void deplace_Y(Context& c) { deplace_Y(c, {}); }
@@ -125,15 +130,17 @@ void deplace_Y(Context& c, const std::function<void()>& pendant_l_attente) {
   s.compteur_Y = clng_borne(static_cast<double>(s.compteur_Y) + val(m.nb_PasY.text()));
   m.LabelY.set_text(str_plain(s.compteur_Y));
   if (!pendant_l_attente) {
-    attente_ms(c.p, kMoveGapMs);
+    attente_apres_mouvement(c);
     return;
   }
-  // The gap counts from here; what the write takes of it is not waited again.
-  const auto debut = c.p.fine_ms();
+  // What the write takes of the gap is not waited again.
+  const auto debut = c.s.reponse_recue_ms ? c.s.reponse_recue_ms : c.p.fine_ms();
   const int32_t debut_tick = c.p.tick_ms();
   pendant_l_attente();
-  const double pris = debut ? *c.p.fine_ms() - *debut : static_cast<double>(c.p.tick_ms() - debut_tick);
-  attente_ms(c.p, std::max(0.0, kMoveGapMs - pris));
+  if (debut)
+    attente_ms_depuis(c.p, kMoveGapMs, debut);
+  else
+    attente_ms(c.p, std::max(0.0, kMoveGapMs - static_cast<double>(c.p.tick_ms() - debut_tick)));
 }
 
 bool recule_Y(Context& c, int64_t pas_moteur) {
@@ -153,12 +160,14 @@ bool recule_Y(Context& c, int64_t pas_moteur) {
     }
     s.y_moteur -= part;
     pas_moteur -= part;
-    attente_ms(c.p, kMoveGapMs);
+    attente_apres_mouvement(c);
   }
   return true;
 }
 
-void cycle_Z(Context& c) {
+void cycle_Z(Context& c) { cycle_Z(c, {}); }
+
+void cycle_Z(Context& c, const std::function<void()>& pendant_le_cycle) {
   Model& m = c.m;
   RunState& s = c.s;
   s.reprise_sans_avance = false;
@@ -173,6 +182,7 @@ void cycle_Z(Context& c) {
     if (envoie(c, frame)) {
       efface_drapeaux(s, kRepA | kRepB | kRepC);
       if (s.hors_watchdog == 0 && s.perforation_lancee) arme_watchdog(c);
+      if (pendant_le_cycle) pendant_le_cycle();
       const double delai = s.delai_cycle_Z_ms > 0 ? s.delai_cycle_Z_ms : kDelaiReponseMs;
       a = attend(c, [&s] { return s.watchdog_echu != 0 || s.rep_C || s.rep_B || s.rep_A; }, delai);
     }

@@ -20,6 +20,9 @@ void deplace_Y(Context& c);      // nb_PasY Y steps of NbpasY motor steps
 // 25 ms that follow the move: a durable write there costs the run no time.
 void deplace_Y(Context& c, const std::function<void()>& pendant_l_attente);
 void cycle_Z(Context& c);        // one punch cycle where the head stands
+// The same, with `pendant_le_cycle` run once the frame is out, while the
+// punch works: what it begins there overlaps the cycle.
+void cycle_Z(Context& c, const std::function<void()>& pendant_le_cycle);
 // Feeds the card back by that many Y motor steps ("My", 99999 a frame at
 // most), to undo a feed made by hand in a pause. False, with the fault
 // sequence done, when the board refused or fell silent.
