@@ -109,7 +109,15 @@ std::optional<double> QtPlatform::fine_ms() { return static_cast<double>(d_->clo
 void QtPlatform::show_changes() { d_->paint_gate.release(); }
 
 void QtPlatform::sleep_fraction_ms(double ms) {
-  if (ms > 0) std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(std::min(ms, 1.5)));
+  if (ms <= 0) return;
+  // The kernel wakes a sleeper up to a few tenths of a millisecond late on
+  // a busy or virtual machine: the last of it is spent awake, so that the
+  // wait ends on time and never before it.
+  constexpr double kAwakeMs = 0.2;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double, std::milli>(std::min(ms, 1.5));
+  if (ms > kAwakeMs) std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(std::min(ms, 1.5) - kAwakeMs));
+  while (std::chrono::steady_clock::now() < end) {
+  }
 }
 
 SerialPort& QtPlatform::serial() { return d_->port; }
