@@ -80,23 +80,6 @@ TEST(ScriptRunner, FailuresAndErrorsNameTheLine) {
   EXPECT_EQ(t.m.nb_PasX.text(), "200") << "nothing typed where the operator cannot reach";
 }
 
-TEST(ScriptRunner, WaitsAndPausesRunOnTheConsoleClockThenQuit) {
-  Scripted t;
-  int32_t t0 = t.p.tick_ms();
-  ASSERT_EQ(t.runner.run("pause 250\n").status, ScriptStatus::Ok);
-  EXPECT_GT(t.p.tick_ms() - t0, 250);
-  t0 = t.p.tick_ms();
-  EXPECT_EQ(t.runner.run("wait LabelX = 99 2\n").status, ScriptStatus::Failed);
-  EXPECT_GE(t.p.tick_ms() - t0, 2000) << "a wait gives up after its own time";
-  EXPECT_LT(t.p.tick_ms() - t0, 2200);
-  t0 = t.p.tick_ms();
-  ASSERT_EQ(t.runner.run("wait LabelX = 0\n").status, ScriptStatus::Ok);
-  EXPECT_EQ(t.p.tick_ms(), t0) << "a wait that already holds takes no time";
-  t.p.at(t0 + 3000, [&] { t.m.Label_defautP.set_text("Prêt à perforer"); });
-  EXPECT_EQ(t.runner.run("wait Label_defautP ~ Prêt.* 10\n").status, ScriptStatus::Ok);
-  EXPECT_THROW(t.runner.run("quit\n"), SimProcessEnded);
-}
-
 // "start": the next lines are an operator's clicks during the run. A pause
 // with a hand move and an origin search leaves every hole at the place the
 // same piece punched straight through has it; one is punched twice.

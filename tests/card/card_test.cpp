@@ -163,86 +163,6 @@ TEST(CardDrawing, TranspositionTable) {
   EXPECT_EQ(std::abs(best[2].shift), 2);
 }
 
-TEST(CardDrawing, NotesOutsideTheScaleAreListed) {
-  PunchRig r;
-  ASSERT_TRUE(
-      r.load(fichier_evenements({note_line(1000, 60, 100), note_line(1500, 99, 100), note_line(2000, 99, 100)}, 2500)));
-  const CardLayout l = lay_out_card(card_input(r.c));
-  EXPECT_EQ(l.outside, (std::map<int, int>{{99, 2}}));
-}
-
-struct Seen {
-  int punched = 0;
-  std::optional<size_t> next, last;
-  double head_x = 0, card_step = 0;
-  std::optional<double> remaining;
-  bool paused = false;
-};
-
-Seen seen(LiveRun& live) {
-  return {live.punched_count(), live.next_hole(),    live.last_hole(), live.head_x_mm(),
-          live.card_step(),     live.remaining_ms(), live.paused()};
-}
-
-TEST(LiveRun, FollowsTheHolesOfARun) {
-  PunchRig r;
-  ASSERT_TRUE(r.load(kPiece));
-  LiveRun live(r.c);
-  std::vector<Seen> at;  // the state when hole 3 and hole 13 are confirmed
-  std::vector<double> remaining;
-  live.on_change = [&] {
-    if (live.remaining_ms()) remaining.push_back(*live.remaining_ms());
-    const int n = live.punched_count();
-    if ((n == 3 || n == 13) && (at.empty() || at.back().punched != n)) at.push_back(seen(live));
-  };
-  r.punch();
-  ASSERT_EQ(at.size(), 2u);
-  // Three holes of note 60 at 74, 77, 80: the head on its track (108 X
-  // steps), the card at 80, the next hole the fourth.
-  EXPECT_EQ(at[0].last, 2u);
-  EXPECT_EQ(at[0].next, 3u);
-  EXPECT_NEAR(at[0].head_x, 108 * 0.21, 1e-9);
-  EXPECT_EQ(at[0].card_step, 80);
-  // The thirteenth is the first of the chord, upwards: 62 then 64.
-  EXPECT_EQ(at[1].last, 12u);
-  EXPECT_EQ(at[1].next, 13u);
-  EXPECT_NEAR(at[1].head_x, 125 * 0.21, 1e-9);
-  EXPECT_FALSE(live.running());
-  EXPECT_EQ(live.punched_count(), 19);
-  EXPECT_EQ(std::count(live.punched().begin(), live.punched().end(), 1), 19);
-  EXPECT_FALSE(live.next_hole());
-  EXPECT_EQ(live.remaining_ms(), 0.0);
-  EXPECT_EQ(live.summary().rfind("Perforation terminée en ", 0), 0u) << live.summary();
-  EXPECT_NE(live.summary().find(" - 19 trous"), std::string::npos);
-  ASSERT_GT(remaining.size(), 10u);
-  EXPECT_GT(remaining.front(), 0);
-}
-
-TEST(LiveRun, RemainingTimeOnTheRealisticBoard) {
-  // The board takes the step durations it was sent; what the line adds is
-  // learnt from the pace. Each estimate is held against the time the run
-  // really took from there.
-  BoardOptions realistic;
-  realistic.instant = false;
-  PunchRig r(realistic);
-  ASSERT_TRUE(r.load(kPiece));
-  LiveRun live(r.c);
-  std::vector<std::pair<int64_t, double>> estimates;  // (virtual ms, estimate)
-  live.on_change = [&] {
-    if (live.running() && live.remaining_ms() && live.elapsed_ms() > 0)
-      estimates.push_back({r.p.now(), *live.remaining_ms()});
-  };
-  r.punch();
-  const int64_t end = r.p.now();
-  ASSERT_GT(estimates.size(), 20u);
-  const double total = static_cast<double>(end - estimates.front().first);
-  // From the first hole on, within 3 % of the run's time.
-  for (auto [at, estimate] : estimates) {
-    if (at - estimates.front().first < 200) continue;
-    EXPECT_NEAR(estimate, static_cast<double>(end - at), 0.03 * total) << "at " << at;
-  }
-}
-
 TEST(LiveRun, RemainingTimeOfAChainAndToADeferredStart) {
   // Three files of two held notes, chained, started ten minutes on. The
   // later files are read from their MIDI files to count their work; the
@@ -285,26 +205,6 @@ TEST(LiveRun, RemainingTimeOfAChainAndToADeferredStart) {
   EXPECT_GT(planned, 0.9 * total);
   EXPECT_FALSE(live.chain_remaining_ms()) << "no file left behind the last";
   EXPECT_FALSE(live.deferred_start_ms());
-}
-
-TEST(LiveRun, AFaultHoldsTheMarkOnItsHole) {
-  // The fifth punch cycle fails: the run waits at that hole, which is not
-  // confirmed; after "Continuer" it is punched once more and counted.
-  PunchRig r(fault_script("C CZ 5"));
-  ASSERT_TRUE(r.load(kPiece));
-  LiveRun live(r.c);
-  std::optional<Seen> in_fault;
-  live.on_change = [&] {
-    if (live.paused()) in_fault = seen(live);
-  };
-  r.continue_after(2000);
-  r.punch();
-  ASSERT_TRUE(in_fault);
-  EXPECT_EQ(in_fault->punched, 4);
-  EXPECT_EQ(in_fault->next, 4u) << "the failed hole stands marked";
-  EXPECT_EQ(live.punched_count(), 19);
-  // The two seconds of the fault are left out of the running time.
-  EXPECT_FALSE(live.paused());
 }
 
 }  // namespace

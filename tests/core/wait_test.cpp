@@ -99,21 +99,6 @@ TEST(AttenteMs, WithAFineClockEndsOnTimeToAFraction) {
   }
 }
 
-TEST(AppPaths, DossierAppliByPrecedence) {
-  AppPathInputs in;
-  in.program_dir = "/opt/brivel/bin";
-  in.home = "/home/anne";
-  EXPECT_EQ(resolve_dossier_appli(in), "/home/anne/.local/share/brivel/");
-  in.xdg_data_home = "/data";
-  EXPECT_EQ(resolve_dossier_appli(in), "/data/brivel/");
-  in.program_dir_writable = true;
-  EXPECT_EQ(resolve_dossier_appli(in), "/opt/brivel/bin/");
-  in.brivel_home = "/tmp/t1";
-  EXPECT_EQ(resolve_dossier_appli(in), "/tmp/t1/");
-  in.brivel_home = "";
-  EXPECT_EQ(resolve_dossier_appli(in), "/opt/brivel/bin/");
-}
-
 TEST(Cp1252, RoundTripOfTheConsoleTexts) {
   const std::string fr = "Poinçon Début Sélectionner Réalignements œ € ’";
   std::string bytes = utf8_to_cp1252(fr);

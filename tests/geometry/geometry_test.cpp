@@ -33,16 +33,6 @@ struct NotesPage : SimDesk {
   }
 };
 
-TEST(Scale, CalculationFillsAndLocks) {
-  NotesPage d;
-  d.m.Calculer_pas_X.operator_click();
-  EXPECT_EQ(positions(d.m, 1, 3), (std::vector<std::string>{"30", "50", "70"}));
-  EXPECT_EQ(d.m.Position(29).text(), "590");  // (6.3 + 28 * 4.2) / 0.21
-  EXPECT_EQ(d.m.Position(30).text(), "0");    // above NBTouches: untouched
-  EXPECT_EQ(d.m.Note(1).text(), "57");        // notes are not the calculation's
-  EXPECT_TRUE(locked(d.m));
-}
-
 // NBTouches is read by the numeric-prefix rule: a text that starts with no
 // number counts no track, one that starts with 3 counts three. Tracks above
 // the count keep their positions.
@@ -93,15 +83,6 @@ TEST(Scale, RefusalsLeaveTableAndLockOpen) {
     EXPECT_EQ(positions(d.m, 1, 2), (std::vector<std::string>{"25", "42"})) << c.field << c.text;
     EXPECT_TRUE(unlocked(d.m)) << c.field << c.text;
   }
-}
-
-TEST(Scale, Check6RemindsBothWays) {
-  NotesPage d;
-  d.m.Check6.operator_click();
-  d.m.Check6.operator_click();
-  EXPECT_EQ(d.p.sim_dialogs().boxes,
-            (std::vector<std::string>{"Penser à vérifier la valeur du talon", "Penser à vérifier la valeur du talon"}));
-  EXPECT_EQ(d.m.Position(1).text(), "25");
 }
 
 TEST(Scale, Check4MechanicalReading) {
@@ -173,28 +154,6 @@ TEST(Scale, PerfoDirectionAndCount) {
     EXPECT_EQ(h.frame_bytes(from), c.frames) << c.k;
     EXPECT_EQ(h.p.sim_dialogs().boxes, c.boxes) << c.k;
   }
-}
-
-TEST(Scale, PerfoLeavesTheHeadToAnOriginSearch) {
-  Head h;
-  fenetre_perforation_Click(h.c);
-  h.m.CommandeX_P.set_enabled(false);
-  h.m.nb_PasX.set_text("200");
-  auto from = h.mark();
-  perfo_Click(h.c, 3);
-  EXPECT_EQ(h.m.nb_PasX.text(), "200");
-  EXPECT_TRUE(h.frame_bytes(from).empty());
-  EXPECT_EQ(h.m.affiche_note.text(), "Ré");
-}
-
-TEST(Scale, PerfoOutsideTheTableIsRefused) {
-  Head h;
-  fenetre_perforation_Click(h.c);
-  auto from = h.mark();
-  perfo_Click(h.c, 64);
-  perfo_Click(h.c, 0);
-  EXPECT_TRUE(h.frame_bytes(from).empty());
-  EXPECT_EQ(h.m.Label_defautP.text(), "Piste 0 inexistante : les pistes vont de 1 à 63");
 }
 
 }  // namespace

@@ -43,7 +43,6 @@
 namespace brivel::gui {
 namespace {
 namespace fs = std::filesystem;
-using Tuples = std::initializer_list<std::tuple<int, int, int>>;
 
 // The offscreen platform warns at each resize and raise that it has no window manager.
 void quiet_offscreen(QtMsgType type, const QMessageLogContext& ctx, const QString& msg) {
@@ -98,23 +97,6 @@ void click(QWidget* target, QPoint at) {
     QMouseEvent e(type, at, target->mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
     QApplication::sendEvent(target, &e);
   }
-}
-
-TEST(Rules, NoteTableTwipsAndTheAltEKey) {
-  // Five rows of thirteen, the first row from the third column.
-  const Tuples cells = {{1, 0, 2}, {11, 0, 12}, {12, 1, 0}, {24, 1, 12}, {25, 2, 0}, {51, 4, 0}, {63, 4, 12}};
-  for (auto [k, row, col] : cells) EXPECT_EQ(note_cell(k), (NoteCell{row, col})) << k;
-  // 400 twips at 96 dpi are 26.67 pixels: rounded up.
-  const Tuples pixels = {{1440, 96, 96}, {400, 96, 27}, {400, 120, 33}, {0, 96, 0}, {15, 96, 1}};
-  for (auto [twips, dpi, px] : pixels) EXPECT_EQ(twips_to_px(twips, dpi), px) << twips << " at " << dpi;
-  const Qt::KeyboardModifiers alt = Qt::AltModifier;
-  const std::tuple<int, Qt::KeyboardModifiers, bool> keys[] = {{Qt::Key_E, alt, true},
-                                                               {Qt::Key_E, alt | Qt::ShiftModifier, true},
-                                                               {Qt::Key_E, alt | Qt::ControlModifier, true},
-                                                               {Qt::Key_E, Qt::NoModifier, false},
-                                                               {Qt::Key_E, Qt::ControlModifier, false},
-                                                               {Qt::Key_R, alt, false}};
-  for (auto [k, mods, opens] : keys) EXPECT_EQ(is_eeprom_hot_key(k, mods), opens) << k << " " << mods;
 }
 
 TEST(Palette, SixteenConsoleColoursNoColourAndSystemColours) {
@@ -204,49 +186,9 @@ struct Shown : ::testing::Test {
     action(name)->trigger();
     settle();
   }
-  bool on_screen(const char* name) {
-    auto* x = w.findChild<QWidget*>(QString::fromLatin1(name));
-    return x && x->isVisible();
-  }
 };
 using WindowTest = Shown<test::SimDesk>;
 using ToolsWindow = Shown<test::SimConsole>;
-
-TEST_F(WindowTest, CaptionStartLineAndThePagesFramesWithTheirPictures) {
-  EXPECT_EQ(w.windowTitle(), QStringLiteral("Perforation de cartons d'orgue de barbarie          Brivel"));
-  // A first start: no parameter file yet, and the line says what to do.
-  EXPECT_EQ(find<QLabel>(&w, "Label_defautP")->text().toStdString(), kListeVide);
-  const char* names[] = {"Frame3",           "Frame4",     "Frame5", "Frame7",   "Frame8", "axe",      "Detecteur",
-                         "Calibration_axes", "Calc_ponts", "Frame2", "Calcul_X", "Frame9", "Perfoman", "Origine_N"};
-  // The page chosen (none: as the window starts), Y or N for each name above,
-  // whether the window is the wide one, and its picture.
-  const std::tuple<const char*, const char*, bool, const char*> steps[] = {
-      {nullptr, "YNNNNNNNNNNNNN", false, nullptr},
-      {"fenetre_perforation", "YNNNNNNNNNNNNN", false, "page-perforation.png"},
-      {"fenetre_moteurs", "NYYYYYYYNNNNNN", true, "page-moteurs.png"},
-      {"fenetre_notes", "NNNNNNNNNYYYYY", true, "page-notes.png"},
-      {"fenetre_moteurs", "NYYYYYYYNNNNNN", true, nullptr},
-      // Frame8 is left visible by the page routine but beyond the narrower window's edge.
-      {"fenetre_perforation", "YNNNNNNNNNNNNN", false, nullptr},
-  };
-  const QSize narrow = w.size();
-  for (auto [entry, shown, wide, picture] : steps) {
-    if (entry) choose(entry);
-    SCOPED_TRACE(entry ? entry : "start");
-    for (int i = 0; i < 14; ++i) EXPECT_EQ(on_screen(names[i]), shown[i] == 'Y') << names[i];
-    EXPECT_EQ(w.size() == narrow, !wide);
-    EXPECT_GE(w.width(), twips_to_px(wide ? Model::kWideWidth : Model::kNarrowWidth, w.logicalDpiX()));
-    EXPECT_GE(w.height(), twips_to_px(wide ? Model::kWideHeight : Model::kNarrowHeight, w.logicalDpiY()));
-    EXPECT_TRUE(!picture || save_picture(w, picture)) << picture;
-  }
-  EXPECT_TRUE(m.Frame8.visible());
-  // The bridge calculator in place of the detectors and the calibration.
-  choose("fenetre_moteurs");
-  find<QPushButton>(&w, "Def_ponts")->click();
-  settle();
-  EXPECT_TRUE(on_screen("Calc_ponts"));
-  EXPECT_FALSE(on_screen("Detecteur") || on_screen("Calibration_axes"));
-}
 
 TEST_F(WindowTest, MenusCarryShortcutsSeparatorsAndEnabledStates) {
   const std::tuple<const char*, const char*, bool> entries[] = {{"Ouvre_midi", "Ctrl+O", false},
@@ -326,46 +268,6 @@ TEST_F(WindowTest, WidgetsShowTheModelAtOnceAndPassKeysAndClicksToIt) {
   EXPECT_EQ(cycle->checkState(), Qt::Unchecked);
 }
 
-// A parameter file that lands in the folder by any road shows in the list.
-TEST_F(WindowTest, ParameterFilesFollowTheFolderAndArePicked) {
-  EXPECT_TRUE(m.File1.rows().empty());
-  for (const char* name : {"orgue.set", "autre.set"}) std::ofstream(desk.home + name) << "x\r\n";
-  QElapsedTimer t;
-  t.start();
-  while (m.File1.rows().size() < 2 && t.elapsed() < 5000) QApplication::processEvents(QEventLoop::AllEvents, 50);
-  EXPECT_EQ(m.File1.rows(), (std::vector<std::string>{"autre.set", "orgue.set"}));
-  auto* list = find<QListWidget>(&w, "File1");
-  ASSERT_EQ(list->count(), 2);
-  bool ran = false;
-  m.File1.handler = [&] { ran = m.File1.selected() == 1; };
-  click(list->viewport(), list->visualItemRect(list->item(1)).center());
-  EXPECT_TRUE(ran) << "the handler runs with the row already picked";
-  m.File1.set_selected(0);
-  EXPECT_EQ(list->currentRow(), 0);
-}
-
-TEST_F(WindowTest, AltEOpensTheEepromBoxBesideTheWindow) {
-  choose("fenetre_moteurs");
-  FormWindow* box = w.eeprom_box();
-  EXPECT_FALSE(box->isVisible());
-  key(find<QLineEdit>(&w, "VitesseX"), Qt::Key_E, Qt::AltModifier, QStringLiteral("e"));
-  EXPECT_TRUE(m.EEPROM.visible());
-  ASSERT_TRUE(box->isVisible());
-  EXPECT_EQ(box->windowTitle(), QStringLiteral("Utilitaire EEPROM"));
-  EXPECT_EQ(m.VitesseX.text(), "5000") << "the key press goes no further";
-  QPoint offset(twips_to_px(400, w.logicalDpiX()), twips_to_px(400, w.logicalDpiY()));
-  EXPECT_EQ(box->pos(), w.frameGeometry().topLeft() + offset);
-  find<QLineEdit>(box, "EEPROM.adress");
-  find<QPushButton>(box, "EEPROM.Command1");
-  // Closed, then Alt+E again: the same box comes back.
-  box->close();
-  settle();
-  EXPECT_FALSE(m.EEPROM.visible());
-  key(w.menuBar(), Qt::Key_E, Qt::AltModifier, QStringLiteral("e"));
-  EXPECT_TRUE(box->isVisible());
-  EXPECT_EQ(w.eeprom_box(), box);
-}
-
 TEST_F(WindowTest, AboutBoxWithItsHiddenButtonAndAddresses) {
   choose("apropos");
   FormWindow* about = w.about_box();
@@ -390,21 +292,6 @@ TEST_F(WindowTest, AboutBoxWithItsHiddenButtonAndAddresses) {
   settle();
   EXPECT_TRUE(quit_ended);
   EXPECT_FALSE(m.Brivel.visible() || w.isVisible());
-}
-
-TEST(RehearsalBanner, ShownOnlyWhileConnectedToTheRehearsalMachine) {
-  test::SimConsole r({}, {10, kPortRepetition});
-  MainWindow w{r.c, [] {}};
-  w.show();
-  const std::pair<int, bool> ports[] = {{10, false}, {kPortRepetition, true}, {10, false}};
-  for (auto [port, simulated] : ports) {
-    SCOPED_TRACE(port);
-    ASSERT_TRUE(r.connect(port));
-    settle();
-    EXPECT_EQ(find(&w, "machine_simulee")->isVisible(), simulated);
-    const QString tip = find(&w, "Shape1")->toolTip();
-    EXPECT_EQ(tip.contains(QStringLiteral("Machine simulée")), simulated) << tip.toStdString();
-  }
 }
 
 TEST_F(ToolsWindow, MotorPageDuringACalibration) {

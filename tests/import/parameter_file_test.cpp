@@ -2,29 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 namespace brivel {
 namespace {
-
-// A file of `lines` lines made by the table: text lines "L<n>", number
-// lines " <n>"; then the closing empty line.
-std::string file_of(int lines, std::map<int, std::string> over = {}) {
-  std::string f;
-  for (const LigneParam& l : table_fichier_parametres()) {
-    if (l.ligne > lines) break;
-    std::string v = l.forme == FormeParam::Texte ? "L" + std::to_string(l.ligne) : " " + std::to_string(l.ligne % 3);
-    if (over.count(l.ligne)) v = over[l.ligne];
-    f += v + "\r\n";
-  }
-  return f + "\r\n";
-}
-
-const AffectationParam* find(const LectureParametres& r, int line) {
-  for (const auto& a : r.affectations)
-    if (a.ligne == line) return &a;
-  return nullptr;
-}
 
 TEST(ParameterFile, LineTable) {
   const auto& t = table_fichier_parametres();
@@ -47,30 +26,6 @@ TEST(ParameterFile, LineTable) {
     EXPECT_EQ(t[c.line - 1].champ, c.field) << c.line;
     EXPECT_EQ(t[c.line - 1].forme, c.form) << c.line;
   }
-}
-
-TEST(ParameterFile, FullFile) {
-  auto r = lit_fichier_parametres(file_of(162, {{133, "-1"}, {19, "0,21\xE9"}, {153, " 2"}}));
-  EXPECT_TRUE(r.complet);
-  EXPECT_EQ(r.affectations.size(), 160u);  // lines 18 and 151 dropped
-  EXPECT_EQ(find(r, 133)->nombre, -1);
-  EXPECT_EQ(find(r, 19)->texte, "0,21é");
-  EXPECT_EQ(find(r, 153)->nombre, 2);
-  EXPECT_EQ(find(r, 162)->champ, "Check1");
-  EXPECT_EQ(find(r, 18), nullptr);
-}
-
-TEST(ParameterFile, ShortFilesStopQuietly) {
-  // 156 lines and the closing empty line: Text17 becomes "6", then the end.
-  auto r = lit_fichier_parametres(file_of(156));
-  EXPECT_FALSE(r.complet);
-  EXPECT_EQ(r.affectations.back().champ, "Text17");
-  EXPECT_EQ(r.affectations.back().texte, "6");
-  // A line 160 that is no number ends the reading there.
-  auto bad = lit_fichier_parametres(file_of(162, {{160, "x"}}));
-  EXPECT_FALSE(bad.complet);
-  EXPECT_EQ(bad.affectations.back().champ, "Dist_cartons");
-  EXPECT_TRUE(lit_fichier_parametres("").affectations.empty());
 }
 
 }  // namespace

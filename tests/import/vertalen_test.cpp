@@ -24,17 +24,6 @@ std::string one_track(int format, int division, const std::string& events) {
   return header(format, 1, division) + track(events + kEnd);
 }
 
-std::string hex_of(const std::string& bytes) {
-  static constexpr char kHex[] = "0123456789ABCDEF";
-  std::string h;
-  for (unsigned char c : bytes) {
-    h += kHex[c >> 4];
-    h += kHex[c & 15];
-    h += ' ';
-  }
-  return h;
-}
-
 struct Case {
   const char* what;
   std::string file;
@@ -219,110 +208,6 @@ TEST(Vertalen, ConversionsAndStops) {
     EXPECT_EQ(r.text, c.end ? c.text + tail(c.end) : c.text) << c.what;
     EXPECT_EQ(r.notes_sans_fin, c.sans_fin) << c.what;
   }
-}
-
-TEST(Vertalen, NoteNamesCarryTheOctaveDigits) {
-  const struct {
-    int key;
-    const char* name;
-  } names[] = {{0, "C2"},  {1, "C#2"}, {2, "D2"},   {3, "D#2"}, {4, "E2"},   {5, "F2"},   {6, "F#2"},  {7, "G2"},
-               {8, "G#2"}, {9, "A2"},  {10, "A#2"}, {11, "B2"}, {12, "C1"},  {13, "C#1"}, {14, "D1"},  {15, "D#1"},
-               {16, "E1"}, {17, "F1"}, {18, "F#1"}, {19, "G1"}, {20, "G#1"}, {21, "A1"},  {22, "A#1"}, {23, "B1"},
-               {24, "C0"}, {35, "B0"}, {36, "C1"},  {60, "C3"}, {69, "A3"},  {127, "G8"}};
-  std::string events;
-  for (const auto& n : names)
-    events += "00 90 " + hex_of(std::string(1, static_cast<char>(n.key))) + "40 00 80 " +
-              hex_of(std::string(1, static_cast<char>(n.key))) + "00 ";
-  VertalenResult r = vertalen(one_track(0, 96, events), "x.mid");
-  ASSERT_EQ(r.midi_erreur_code, 0) << r.midi_erreur_texte;
-  std::vector<std::string> got;
-  for (std::size_t at = 0; (at = r.text.find("NOTE ", at)) != std::string::npos; ++at)
-    got.push_back(r.text.substr(at + 44, r.text.find('\r', at) - at - 44));
-  ASSERT_EQ(got.size(), std::size(names));
-  for (std::size_t i = 0; i < got.size(); ++i) EXPECT_EQ(got[i], names[i].name) << "key " << names[i].key;
-}
-
-TEST(Vertalen, TheNineHundredAndNinetyNinthTempoChangeStops) {
-  for (int format : {0, 1}) {
-    std::string events;
-    for (int i = 0; i < 999; ++i) events += "00 FF 51 03 07 A1 20 ";
-    VertalenResult r = vertalen(one_track(format, 96, events), "x.mid");
-    EXPECT_EQ(r.midi_erreur_code, 7) << "format " << format;
-    EXPECT_EQ(r.midi_erreur_texte, "More than 999 tempochanges. cannot continue processinf.");
-    EXPECT_EQ(std::count(r.text.begin(), r.text.end(), '\n'), 999) << "the 999th line is written, then the stop";
-  }
-}
-
-// A file of exactly `size` bytes (31 or more): one track, one text event filling it.
-std::string file_of_size(std::size_t size) {
-  const std::size_t n = size - 31;
-  const std::string len = {static_cast<char>(0x80 | (n >> 7)), static_cast<char>(n & 0x7F)};
-  return one_track(0, 96, "00 FF 01 " + hex_of(len) + hex_of(std::string(n, 'a')));
-}
-
-TEST(Vertalen, ReadWindowAndGauge) {
-  struct Window {
-    std::size_t size;
-    std::vector<int64_t> gauge;  // next read position after each refill
-  } cases[] = {
-      {40, {41}},
-      {1100, {1101}},
-      {1101, {1101, 1102}},
-      {2200, {1101, 2201}},  // the last slice of a full 1100 bytes is read to its end
-      {2201, {1101, 2201, 2202}},
-      {3400, {1101, 2201, 3301, 3401}},
-  };
-  for (const auto& c : cases) {
-    const std::string file = file_of_size(c.size);
-    ASSERT_EQ(file.size(), c.size);
-    std::vector<int64_t> seen;
-    VertalenResult r = vertalen(file, "x.mid", [&](int64_t v, int64_t max) {
-      EXPECT_EQ(max, static_cast<int64_t>(c.size) + 101);
-      seen.push_back(v);
-    });
-    EXPECT_EQ(r.midi_erreur_code, 0) << c.size << ": " << r.midi_erreur_texte;
-    EXPECT_EQ(seen, c.gauge) << c.size;
-    EXPECT_EQ(r.text.find("TEXT 0000000 000000 " + std::string(c.size - 31, 'a') + "\r\n"), 0u) << c.size;
-  }
-}
-
-TEST(Vertalen, PathInTheCodePageAndTextInPieces) {
-  const std::string file = file_of_size(5000);
-  VertalenResult r = vertalen(file, "/tmp/é.mid");
-  EXPECT_EQ(r.midi_erreur_code, 0) << r.midi_erreur_texte;
-  EXPECT_NE(r.text.find("\r\nHEAD ##10000  /tmp/\xE9.mid 00000\r\nENDF 9999999\r\n"), std::string::npos);
-
-  std::string pieces;
-  VertalenResult streamed = vertalen(file, "/tmp/é.mid", [&](std::string_view p) {
-    pieces += p;
-    return true;
-  });
-  EXPECT_EQ(pieces, r.text);
-  EXPECT_TRUE(streamed.text.empty());
-  EXPECT_FALSE(streamed.interrompu);
-
-  // Read from disk in slices: the same text.
-  const auto path = std::filesystem::temp_directory_path() / ("brivel-vertalen-" + std::to_string(getpid()) + ".mid");
-  std::ofstream(path, std::ios::binary) << file;
-  SourceFichier disk(path.string());
-  std::string from_disk;
-  vertalen(disk, "/tmp/é.mid", [&](std::string_view p) {
-    from_disk += p;
-    return true;
-  });
-  std::filesystem::remove(path);
-  EXPECT_EQ(from_disk, r.text);
-  EXPECT_FALSE(disk.erreur());
-
-  // A sink that wants no more stops the conversion at its first piece.
-  std::string controllers;
-  for (int i = 0; i < 5000; ++i) controllers += "00 B0 07 64 ";  // some 190 KB of text
-  int calls = 0;
-  VertalenResult stopped =
-      vertalen(one_track(0, 96, controllers), "x.mid", [&](std::string_view) { return ++calls < 1; });
-  EXPECT_TRUE(stopped.interrompu);
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(stopped.midi_erreur_code, 0);
 }
 
 }  // namespace

@@ -13,29 +13,6 @@
 namespace brivel::test {
 namespace {
 
-TEST(Connection, ResetPulseThenParameterBurstTenMillisecondsApart) {
-  // 400 ms and 500 ms, each ending on the first tick past its deadline; the burst's pauses end 11 ticks on. The
-  // PW slot (968) is empty without chopped pulses.
-  for (auto [valid_pwm, check1, tail] : {std::tuple{0, 0, F({{979, "cpxxxxx\n"}})},
-                                         {1, 1, F({{968, "PW00020\n"}, {979, "CPxxxxx\n"}})}}) {
-    auto want = F({{902, "NUxxxxx\n"}, {913, "PX05000\n"}, {924, "PY07500\n"}, {935, "OX00220\n"},
-                   {946, "IZ00002\n"}, {957, "MZ00012\n"}});
-    want.insert(want.end(), tail.begin(), tail.end());
-    LinkRig r;
-    r.m.valid_pwm.set_value(valid_pwm);
-    r.m.Check1.set_value(check1);
-    ASSERT_TRUE(r.connect(10));
-    const auto& modem = r.p.sim_serial().modem_log();
-    ASSERT_EQ(modem.size(), 4u);
-    EXPECT_EQ(modem[1].at_ms, 0);  // both lines up at the opening
-    EXPECT_TRUE(modem[1].dtr && modem[1].rts);
-    EXPECT_EQ(modem[3].at_ms, 401);  // down once 400 ms are past
-    EXPECT_FALSE(modem[3].dtr || modem[3].rts);
-    EXPECT_EQ(r.p.sim_serial().settings(), "57600,n,8,1");
-    EXPECT_EQ(r.frames(), want);
-  }
-}
-
 // What the port, its number, its lamps and the line show after an operator's action or a device event;
 // `connect` 0 leaves the port closed before it.
 TEST(Connection, ActionsAndDeviceEvents) {

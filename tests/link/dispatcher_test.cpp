@@ -83,50 +83,5 @@ TEST(Waits, HowAWaitEnds) {
   EXPECT_EQ(delai_mouvement_ms(1000, -5), kDelaiReponseMs);
 }
 
-TEST(CountedExchange, TwoLineFeedsAndBackToSingleMode) {
-  Connected r;
-  r.peer.queue("MX", "D");
-  r.peer.after_lf("00012");
-  ASSERT_EQ(ecrit_et_attend(r.c, "MX01200\n", kRepA | kRepB | kRepD), Attente::Reponse);
-  ASSERT_TRUE(r.s.rep_D);
-  // The traffic recorder keeps the frame and the reply with their ticks.
-  auto lines = lignes_trafic(r.s.trafic);
-  ASSERT_GE(lines.size(), 3u);
-  EXPECT_EQ(lines[lines.size() - 2], "        990 > MX01200<LF>");
-  EXPECT_EQ(lines.back(), "        991 < D");
-  std::string got;
-  ASSERT_EQ(debut_echange_compte(r.c, got), Attente::Reponse);
-  EXPECT_EQ(got, "00012");
-  EXPECT_TRUE(r.s.mode_5car);
-  EXPECT_EQ(r.p.sim_serial().threshold(), 5);
-  fin_echange_compte(r.c, true);
-  EXPECT_FALSE(r.s.mode_5car);
-  EXPECT_EQ(r.p.sim_serial().threshold(), 1);
-  EXPECT_EQ(r.p.sim_serial().input_len(), 1);
-}
-
-TEST(CountedExchange, FiveCharactersAtATime) {
-  // Fewer than five raise no event: the wait runs to its time-out. A second counted reply stays in the buffer.
-  for (auto [sent, ending, got, left] : {std::tuple{"123", Attente::Delai, "untouched", 3},
-                                         {"0001200034", Attente::Reponse, "00012", 5}}) {
-    Connected r;
-    r.peer.after_lf(sent);
-    std::string reply = "untouched";
-    EXPECT_EQ(debut_echange_compte(r.c, reply), ending) << sent;
-    r.p.run_for(5);
-    EXPECT_EQ(reply, got);
-    EXPECT_EQ(r.s.rep_5car_prete, ending == Attente::Reponse) << sent;
-    EXPECT_EQ(r.p.serial().in_buffer_count(), left) << sent;
-    fin_echange_compte(r.c, false);
-  }
-}
-
-TEST(Recorder, KeepsOnlyTheLastFewHundred) {
-  TrafficLog log;
-  for (int i = 0; i < 1000; ++i) log.add(i, '>', "NUxxxxx\n");
-  EXPECT_EQ(log.entries().size(), TrafficLog::kCapacity);
-  EXPECT_EQ(log.entries().front().at_ms, 1000 - static_cast<int>(TrafficLog::kCapacity));
-}
-
 }  // namespace
 }  // namespace brivel::test

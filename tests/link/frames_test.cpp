@@ -8,14 +8,6 @@
 namespace brivel {
 namespace {
 
-TEST(NumberField, PictureOfFiveDigitsHalvesAwayFromZero) {
-  const std::pair<double, std::optional<std::string>> cases[] = {
-      {5000, "05000"},  {0, "00000"},       {12.5, "00013"},     {12.4, "00012"},    {2.5, "00003"}, {99999, "99999"},
-      {99999.4, "99999"}, {-0.4, "00000"}, {99999.5, {}}, {100000, {}}, {-1, {}},        {-0.5, {}},
-  };
-  for (const auto& [value, digits] : cases) EXPECT_EQ(number_field(value), digits) << value;
-}
-
 TEST(NumberFrame, FromFieldTextByTheNumericPrefix) {
   const std::tuple<const char*, const char*, std::optional<std::string>> cases[] = {
       {"PX", "5000", "PX05000\n"},  {"PX", "", "PX00000\n"},     {"PX", "12.5", "PX00013\n"}, {"OX", " 220 ", "OX00220\n"},

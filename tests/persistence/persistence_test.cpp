@@ -85,21 +85,6 @@ TEST(ContextFile, BytesAreWindows1252WithCrLfAndAFinalEmptyLine) {
                                               "", "/p/b.mid", " 1", " 2", "/p/a.mid", "/p/b.mid", "/p/c.mid"}));
 }
 
-TEST(ContextFile, AutomaticSaveWritesAndRefreshesTheList) {
-  SimDesk d;
-  d.m.NBTouches.set_text("2");
-  d.s.nom_fichier_set = "Orgue été.set";
-  std::ofstream(d.home + "Orgue été.set") << "x";
-  std::ofstream(d.home + "Perfo_en_cours.sav") << "an older context, longer than the new one...............";
-  ASSERT_TRUE(sauve_contexte_auto(d.c));
-  EXPECT_EQ(d.read_file("Perfo_en_cours.sav"),
-            "Orgue \xE9t\xE9.set\r\n0\r\n0\r\n15\r\n\r\n15\r\n\r\n\r\n 0\r\n 0\r\n\r\n");
-  EXPECT_FALSE(fs::exists(d.home + "Perfo_en_cours.sav.tmp"));
-  EXPECT_EQ(d.m.File1.rows(), Lines{"Orgue été.set"});
-  d.s.dossier_appli = d.home + "gone/";  // a missing folder: fails quietly
-  EXPECT_FALSE(sauve_contexte_auto(d.c));
-}
-
 // A cancel writes nothing; the menu asks with the filter and the piece's
 // name, then writes; a failed write is told on the service line.
 TEST(ContextFile, AWritePreparedAheadChangesNothingUntilTheSameWriteComes) {
@@ -150,38 +135,6 @@ TEST(SaveMenu, CancelThenAskWithTheFilterAndStartNameThenAFailedWrite) {
   EXPECT_FALSE(d.p.busy());
 }
 
-TEST(ContextFile, HistoryKeepsAContextBeforeAnotherPieceOrAStepBackOverwritesIt) {
-  SimDesk d;
-  d.m.NBTouches.set_text("2");
-  d.s.nom_fichier_set = "orgue.set";
-  const auto save = [&](const char* piece, const char* y, int32_t trous) {
-    d.s.chemin_midi = piece;
-    d.m.compteurXY(1).set_text(y);
-    d.s.compteur_trous = trous;
-    ASSERT_TRUE(sauve_contexte_auto(d.c));
-  };
-  const auto kept = [&] {
-    Lines names;
-    std::error_code ec;
-    for (fs::directory_iterator it(d.home + "Contextes", ec), end; !ec && it != end; it.increment(ec))
-      names.push_back(it->path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-  };
-  save("/p/valse.mid", "100", 10);
-  save("/p/valse.mid", "130", 14);  // the same run, further on: nothing kept
-  EXPECT_TRUE(kept().empty());
-  const std::string before = d.read_file("Perfo_en_cours.sav");
-  save("/p/valse.mid", "0", 0);  // a new run of the same piece steps back
-  ASSERT_EQ(kept().size(), 1u);
-  EXPECT_NE(kept()[0].find(" valse"), std::string::npos) << kept()[0];
-  EXPECT_EQ(d.read_file("Contextes/" + kept()[0]), before);
-  save("/p/polka.mid", "5", 1);  // another piece
-  EXPECT_EQ(kept().size(), 2u);
-  for (int i = 0; i < 25; ++i) save(i % 2 ? "/p/valse.mid" : "/p/polka.mid", "1", 0);
-  EXPECT_EQ(kept().size(), static_cast<std::size_t>(kContextesGardes));
-}
-
 // The list shows the folder's .set files in name order, and the file the
 // operator picked stays picked when the folder changes around it.
 TEST(ParameterList, SortedSetFilesAndTheSelectionFollowsItsName) {
@@ -194,38 +147,6 @@ TEST(ParameterList, SortedSetFilesAndTheSelectionFollowsItsName) {
   refresh_File1(d.c);
   EXPECT_EQ(d.m.File1.rows(), (Lines{"0.set", "a.set", "b.set"}));
   EXPECT_EQ(d.m.File1.selected(), 1);
-}
-
-TEST(ParameterRoundTrip, SavedAndLoadedGivesTheSameFields) {
-  SimDesk a;
-  a.m.NBTouches.set_text("5");
-  a.m.Note(40).set_text("77");
-  a.m.Position(63).set_text("1234");
-  a.m.Text12.set_text("0,21");  // as typed, comma included
-  a.m.Text3.set_text("Orgue à 20 notes");
-  a.m.Check3.set_value(2);
-  a.m.Demipas.set_value(0);
-  a.s.reserve_set = -1;
-  const Lines first = save(a, "orgue.set");
-  ASSERT_EQ(first.size(), 163u);                                                 // 162 lines and the empty one
-  EXPECT_EQ(a.read_file("orgue.set").substr(0, 18), "Orgue \xE0 20 notes\r\n");  // Windows-1252, CR LF
-  const std::pair<int, std::string> expected[] = {
-      {1, "Orgue à 20 notes"}, {17, "5"},  {18, "5"}, {20, "0,21"}, {100, "77"}, {132, " 0"}, {133, "-1"},
-      {150, "1234"},           {153, " 2"}};
-  for (const auto& [line, text] : expected) EXPECT_EQ(first[static_cast<size_t>(line - 1)], text) << line;
-  a.s.reserve_set = 12;
-  EXPECT_EQ(save(a, "orgue.set")[132], " 12");
-
-  SimDesk b;  // the port is closed: AdressePort comes back too
-  a.m.AdressePort.set_text("9");
-  write(b, "orgue.set", save(a, "orgue.set"));
-  b.m.File1.click();  // no entry picked: nothing
-  EXPECT_EQ(b.s.nom_fichier_set, "");
-  pick(b, "orgue.set");
-  EXPECT_EQ(b.s.nom_fichier_set, "orgue.set");
-  EXPECT_EQ(lignes_parametres(b.m, b.s), lignes_parametres(a.m, a.s));
-  EXPECT_TRUE(b.m.Ouvre_midi.enabled() && b.m.Avance.enabled());
-  EXPECT_EQ(b.m.Label_defautP.text(), "Ouvrir un fichier Midi");
 }
 
 TEST(ParameterLoad, LinesThatCountAndShortFiles) {
@@ -264,58 +185,6 @@ TEST(ParameterLoad, LinesThatCountAndShortFiles) {
   f[157] = " 1";
   load(d, f);
   EXPECT_EQ(d.p.sim_dialogs().boxes, (Lines{"Penser à vérifier la valeur du talon"}));
-}
-
-TEST(ParameterLoad, WithAContextRestoredTheContextsFileIsLoadedAndAMissingOneIsSaid) {
-  SimDesk d;
-  d.m.vitesse.set_text("41");
-  save(d, "ctx.set");
-  d.m.vitesse.set_text("42");
-  save(d, "other.set");
-  d.s.reprise_contexte = true;
-  d.s.nom_fichier_set = "ctx.set";
-  pick(d, "other.set");
-  EXPECT_EQ(d.m.vitesse.text(), "41");
-  EXPECT_EQ(d.s.nom_fichier_set, "ctx.set");
-  EXPECT_EQ(d.m.Label_defautP.text(), "Ouverture d'un fichier Midi");
-  SimDesk e;
-  e.m.File1.set_rows({"parti.set"});
-  e.m.File1.set_selected(0);
-  e.m.File1.click();
-  EXPECT_EQ(e.m.Label_defautP.text(), "Fichier de paramètres illisible : " + e.home + "parti.set");
-  EXPECT_FALSE(e.m.Ouvre_midi.enabled());
-}
-
-// A parameter file from another folder joins the list and is loaded; a name
-// saved without ".set" gets it, so that the list shows it.
-TEST(ParameterLoad, FromAnyFolderAndSavedWithoutItsExtension) {
-  SimDesk a;
-  a.m.Text3.set_text("Orgue de salon");
-  fs::create_directories(a.home + "ailleurs");
-  a.p.sim_dialogs().save_answers.push_back(a.home + "ailleurs/salon");
-  a.m.Sauve_param.click();
-  ASSERT_FALSE(a.read_file("ailleurs/salon.set").empty());
-  EXPECT_TRUE(a.m.File1.rows().empty()) << "saved elsewhere: not in the list";
-  // Set: another file of that name is in the list, and the answer. Then what
-  // the console holds afterwards.
-  const std::tuple<const char*, std::optional<BoxAnswer>, const char*> cases[] = {
-      {"copied in and loaded", std::nullopt, "Orgue de salon"},
-      {"another of that name, replaced", BoxAnswer::Yes, "Orgue de salon"},
-      {"another of that name, kept", BoxAnswer::No, ""},
-  };
-  for (const auto& [what, replace, text3] : cases) {
-    SimDesk d;
-    d.m.Text3.set_text("");
-    if (replace) {
-      write(d, "salon.set", {"Autre orgue"});
-      d.p.sim_dialogs().box_answers.push_back(*replace);
-    }
-    d.p.sim_dialogs().open_answers.push_back(a.home + "ailleurs/salon.set");
-    d.m.Ouvre_param.click();
-    EXPECT_EQ(d.m.Text3.text(), text3) << what;
-    EXPECT_EQ(d.m.File1.rows(), Lines{"salon.set"}) << what;
-    EXPECT_EQ(d.p.sim_dialogs().boxes.size(), replace ? 1u : 0u) << what;
-  }
 }
 
 TEST(ParameterLoad, MotorPageShowingSendsTheFramesInLineOrderThenTheBurst) {
@@ -380,65 +249,6 @@ struct Desk : SimConsole {
   std::unique_ptr<BoardPeer> other;
 };
 
-TEST(Restore, TheRunResumedOnTheStepAfterAnEventPutsEveryHoleInPlace) {
-  Desk reference;
-  reference.instrument_and_piece();
-  reference.m.Command11.click();
-  ASSERT_GT(reference.board.holes().size(), 15u);
-  // The program stops (killed) at the hole of step 116: the context written
-  // after that step's Y move holds 116.
-  Desk first;
-  first.instrument_and_piece();
-  first.m.subscribe([&](Element& e, Prop prop) {
-    if (&e == &first.m.LabelY && prop == Prop::Text && e.text() == "116")
-      first.p.at(first.p.now() + 40, [&] { first.p.terminate_now(); });
-  });
-  EXPECT_THROW(first.m.Command11.click(), SimProcessEnded);
-  const Lines saved = split_cp1252_lines(first.read_file(kContexteAuto));
-  ASSERT_GT(saved.size(), 3u);
-  EXPECT_EQ(Lines(saved.begin(), saved.begin() + 2), (Lines{"orgue.set", "116"}));
-  // A new program on the same machine, the card where it stopped.
-  Desk second(&first.board);
-  for (const char* f : {"orgue.set", kContexteAuto})
-    fs::copy_file(first.home + f, second.home + f, fs::copy_options::overwrite_existing);
-  second.p.at(first.p.now(), [] {});
-  while (second.p.now() < first.p.now()) second.p.turn();
-  second.restore(second.home + kContexteAuto);
-  ASSERT_TRUE(second.m.Command11.enabled()) << second.m.Label_defautP.text();
-  // The fields as the restore fills them: floor(116 x 13.8333) = 1604,
-  // which gives back step 115, where note 67 has a hole too.
-  EXPECT_EQ(Lines({second.m.Text7.text(), second.m.Deb_perf_mn.text(), second.m.Deb_perf_sec.text()}),
-            (Lines{"1604", "0", "1"}));
-  EXPECT_TRUE(second.s.reprise_contexte && second.s.reprise_sans_avance);
-  EXPECT_EQ(second.m.Label_defautP.text().rfind("Contexte restitué : Perfo_en_cours.sav (pas 116, ", 0), 0u)
-      << second.m.Label_defautP.text();
-  second.m.Command11.click();
-  EXPECT_EQ(second.m.Label_defautP.text(), "Perforation terminée");
-  // Every hole of the uninterrupted run, and none elsewhere: the hole of
-  // step 116 made before the stop is made again at its own place.
-  EXPECT_EQ(first.holes(), reference.holes());
-  EXPECT_LE(first.board.holes().size() - reference.board.holes().size(), 1u);
-}
-
-TEST(Restore, AYMoveUnderWayIsPutToTheOperator) {
-  for (BoxAnswer answer : {BoxAnswer::Yes, BoxAnswer::No}) {
-    Desk d;
-    d.instrument_and_piece();
-    d.s.avance_Y_en_cours = RunState::AvanceY{147, 150};
-    d.m.LabelY.set_text("147");
-    ASSERT_TRUE(sauve_contexte_auto(d.c));
-    EXPECT_NE(d.read_file(kContexteAuto).find("\r\n\r\navance_Y_en_cours 147 150\r\n\r\n"), std::string::npos);
-    d.s.avance_Y_en_cours.reset();
-    d.p.sim_dialogs().box_answers.push_back(answer);
-    d.restore(d.home + kContexteAuto);
-    ASSERT_EQ(d.p.sim_dialogs().boxes.size(), 1u);
-    EXPECT_NE(d.p.sim_dialogs().boxes[0].find("du pas 147 au pas 150"), std::string::npos);
-    const int y = answer == BoxAnswer::Yes ? 150 : 147;
-    EXPECT_EQ(d.s.y_reprise, y);
-    EXPECT_EQ(d.m.Text7.text(), str_plain(std::floor(d.s.ms_par_pas * y)));
-  }
-}
-
 TEST(Restore, FailuresNameTheFileAndTheLineAndOfferNoRun) {
   Desk d;
   d.instrument_and_piece();
@@ -468,25 +278,6 @@ TEST(Restore, FailuresNameTheFileAndTheLineAndOfferNoRun) {
   d.s.reprise_contexte = true;
   d.m.Restitue_contexte.click();
   EXPECT_TRUE(d.s.reprise_contexte);
-}
-
-TEST(Restore, AChainStoppedInTheSecondOfThreeFilesGoesOnToTheThird) {
-  Desk d;
-  const Lines files{d.instrument_and_piece("a.mid"), d.write_piece("b.mid"), d.write_piece("c.mid")};
-  d.m.Liste_fichiers.set_rows(files);
-  d.s.rang_fichier = 1;
-  d.s.fichiers_restants = 2;
-  d.s.chemin_midi = files[1];
-  d.m.LabelY.set_text("0");
-  ASSERT_TRUE(sauve_contexte_auto(d.c));
-  d.m.Liste_fichiers.set_rows({"something else"});
-  d.restore(d.home + kContexteAuto);
-  EXPECT_EQ(d.m.Liste_fichiers.rows(), files);
-  EXPECT_EQ(d.m.Text7.text(), "0");
-  d.m.Command11.click();
-  EXPECT_EQ(d.s.chemin_midi, files[2]);
-  EXPECT_EQ((std::vector<int>{d.s.rang_fichier, d.s.fichiers_restants}), (std::vector<int>{2, 0}));
-  EXPECT_EQ(d.m.Label_defautP.text(), "Perforation terminée");
 }
 
 }  // namespace

@@ -108,26 +108,6 @@ TEST(RunEngine, HandWorkedPieceFrameByFrame) {
   EXPECT_EQ(bilan_preparees().perdues, avant.perdues);
 }
 
-TEST(RunEngine, ARestrikeInsideAHeldNoteAndOneNoteOnTwoTracks) {
-  PunchRig r;
-  r.m.Note(29).set_text("60");  // the last track (position 490) doubles track 6 (108)
-  // 60 held from 1 s to 1.5 s, struck again at 1.1 s for 0.1 s: the short note's end must not close the long one.
-  // 62 afterwards: the end of 60 must have closed the last track too.
-  ASSERT_TRUE(r.load(fichier_evenements(
-      {note_line(1000, 60, 500), note_line(1100, 60, 100), note_line(2000, 62, 100)}, 2200)));
-  r.punch();
-  // The long note sounds at every listed step from 74 to 107, on each of its two tracks.
-  std::set<int> steps;
-  for (const auto& row : r.m.List3.rows()) steps.insert(std::stoi(row.substr(0, 7)));
-  Holes want;
-  for (int y : steps) {
-    for (int x : {108, 490})
-      if (y >= 74 && y <= 107) want.push_back({x, (y - 2) * 10});
-    if (y >= 147) want.push_back({125, (y - 2) * 10});
-  }
-  EXPECT_EQ(sorted(r.holes()), sorted(want));
-}
-
 TEST(RunEngine, BoundsAndRefusals) {
   const char* done = "Perforation terminée";
   struct Case {
@@ -218,38 +198,6 @@ TEST(RunEngine, EveryFaultThenContinuer) {
   }
 }
 
-TEST(RunEngine, PauseTakesEffectAtTheNextHole) {
-  struct Case {
-    const char* what;
-    int after_line, clicks;  // the clicks come when the gauge reaches this line
-    bool simulation;
-    int on_frames, holes, cycles;  // "ONxxxxx" beyond the readiness question, board's holes, compteur_trous
-    int16_t etat_pause_after;
-  } cases[] = {
-      // "Continuer" asks the board once; the run doesn't re-register.
-      {"pause and continue before the next hole", 1, 2, false, 1, 19, 19, 0},
-      {"pause, then continue in the wait", 1, 1, false, 1, 20, 20, 0},
-      // The clicks come after the last hole: nothing holds the run.
-      {"pause in the last step", 18, 1, false, 0, 19, 19, 1},
-      {"simulation: no question, no hole", 1, 1, true, 0, 0, 20, 0},
-  };
-  for (const auto& k : cases) {
-    PieceRun r({}, [&k](PieceRun& r) {
-      r.at_line(k.after_line, [&r, &k] {
-        if (k.clicks == 1) r.continue_after(1000);
-        for (int i = 0; i < k.clicks; ++i) r.m.Command12.operator_click();
-      });
-    }, k.simulation);
-    EXPECT_EQ(count_of(r.f, "ONxxxxx\n"), 1 + k.on_frames) << k.what;
-    EXPECT_EQ(static_cast<int>(r.holes().size()), k.holes) << k.what;
-    EXPECT_EQ(r.s.compteur_trous, k.cycles) << k.what;
-    EXPECT_EQ(r.s.etat_pause, k.etat_pause_after) << k.what;
-    EXPECT_EQ(r.m.Command12.text(), k.etat_pause_after ? "Continuer" : "Pause") << k.what;
-    EXPECT_FALSE(r.m.Command12.enabled()) << k.what;
-    EXPECT_FALSE(r.read_file("Perfo_en_cours.sav").empty()) << k.what << ": the pause saves the context";
-  }
-}
-
 TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
   // A pause at the 4th row of the held note (Y 840), work by hand on the motor page, then "Continuer": the run
   // brings the head back to the hole before it punches it again.
@@ -310,91 +258,6 @@ TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
     EXPECT_EQ(r.s.trous_confirmes, static_cast<int>(reference_holes().size()) + 1) << k.what;
     // The operator's pages and the opening are back after the run.
     for (Element* e : {&r.m.fenetre_moteurs, &r.m.fenetre_notes, &r.m.Ouvre_midi}) EXPECT_TRUE(e->enabled()) << k.what;
-  }
-}
-
-TEST(RunEngine, TheListEndingInsideAGroupWalksItOnce) {
-  // A chord that starts and ends on the last step: each note one hole.
-  PunchRig r;
-  ASSERT_TRUE(r.load(fichier_evenements({note_line(1000, 60, 0), note_line(1000, 62, 0)}, 1000)));
-  ASSERT_EQ(r.m.List3.count(), 4);
-  const auto from = r.mark();
-  r.punch();
-  EXPECT_EQ(r.holes(), (Holes{{108, 720}, {125, 720}}));
-  const Strings f = r.frame_bytes(from);
-  EXPECT_EQ(std::count_if(f.begin(), f.end(), [](const std::string& s) { return s.rfind("MY", 0) == 0; }), 1);
-}
-
-TEST(RunEngine, AChainOfThreeFiles) {
-  PunchRig r;
-  const std::string dir = r.open_chain_of_three();
-  ASSERT_TRUE(r.m.Command11.enabled()) << r.m.Label_defautP.text();
-  const auto from = r.mark();
-  r.punch();
-  const Strings f = r.frame_bytes(from);
-  // Twelve holes a file; the card fed 300 mm (361 Y steps of 0.83 mm) between files; the working sequence
-  // stays open to the end, then closed once per nested run.
-  EXPECT_EQ(r.holes().size(), 36u);
-  EXPECT_EQ(count_of(f, "MY03610\n"), 2);
-  EXPECT_EQ(count_of(f, "AGxxxxx\n"), 3);
-  const auto first_zg = std::find(f.begin(), f.end(), "ZGxxxxx\n");
-  EXPECT_EQ(f.end() - first_zg, 3) << "the three closing steps come at the end";
-  EXPECT_EQ(std::make_tuple(r.s.fichiers_restants, r.s.enchainement != 0, r.s.rang_fichier, r.s.chemin_midi),
-            std::make_tuple(0, true, 2, dir + "/c.mid"));
-}
-
-TEST(Deferred, ReadingATimeOfDay) {
-  const std::pair<const char*, std::optional<int>> cases[] = {
-      {"14:30", 52200}, {"14:30:15", 52215}, {"9:05", 32700}, {"14h30", 52200}, {"00:10", 600},
-      {"24:00", {}},    {"12:60", {}},       {"", {}},        {"midi", {}},     {"1:2:3:4", {}}};
-  for (const auto& [text, s] : cases) EXPECT_EQ(lit_heure(text), s) << text;
-  EXPECT_EQ(texte_heure(52215), "14:30:15");
-}
-
-TEST(Deferred, StartsAtTheFirstTickAfterItsTime) {
-  struct Case {
-    const char* what;
-    int now_s;                          // time of day when the box opens
-    std::optional<std::string> answer;  // nullopt: the box cancelled; "=": the default
-    bool armed;
-    int64_t starts_within_ms;  // -1: never
-    const char* service = nullptr;
-    bool punched_before = false;
-  } cases[] = {
-      {"default answer: at once", 12 * 3600, "=", false, 0},
-      {"past midnight: at the first tick", 23 * 3600 + 50 * 60, "00:10", true, 30000},
-      {"no time", 12 * 3600, "bientôt", false, -1,
-       "Perforation différée annulée : \"bientôt\" n'est pas une heure (format hh:mn)"},
-      {"cancelled", 12 * 3600, std::nullopt, false, -1, "Perforation différée annulée"},
-      {"never after a finished run", 12 * 3600, "12:01", true, -1, nullptr, true},
-  };
-  for (const auto& k : cases) {
-    PunchRig r;
-    ASSERT_TRUE(r.load(fichier_evenements({note_line(1000, 60, 0)}, 1000)));
-    if (k.punched_before) r.punch();
-    const std::size_t holes_before = r.board.holes().size();
-    r.p.set_time_of_day(k.now_s - static_cast<int>(r.p.now() / 1000));
-    if (k.answer) r.p.sim_dialogs().input_answers.push_back(*k.answer == "=" ? texte_heure(k.now_s) : *k.answer);
-    const int64_t t0 = r.p.now();
-    r.m.perfo_retard.click();
-    EXPECT_EQ(r.p.sim_dialogs().input_prompts.back(), "Heure de démarrage de la perforation :\r\n\n(Format : hh:mn)");
-    EXPECT_EQ(r.p.sim_dialogs().input_defaults.back(), texte_heure(k.now_s));
-    EXPECT_EQ(r.m.Timer2.enabled(), k.armed) << k.what;
-    if (k.service) {
-      EXPECT_EQ(r.m.Label_defautP.text(), k.service) << k.what;
-      EXPECT_TRUE(r.m.Command11.enabled()) << k.what;
-    }
-    if (k.starts_within_ms > 0) r.p.run_until([&] { return r.s.perforation_lancee; }, 700000);
-    if (k.starts_within_ms >= 0) {
-      EXPECT_TRUE(r.s.perforation_lancee) << k.what;
-      EXPECT_EQ(r.board.holes().size(), 1u) << k.what;
-      EXPECT_LE(r.p.now() - t0, k.starts_within_ms + 5000) << k.what;
-      EXPECT_FALSE(r.m.Timer2.enabled()) << k.what;
-    } else {
-      r.p.run_for(120000);
-      EXPECT_EQ(r.s.perforation_lancee, k.punched_before) << k.what;
-      EXPECT_EQ(r.board.holes().size(), holes_before) << k.what;
-    }
   }
 }
 

@@ -52,31 +52,5 @@ TEST(MachineLink, ConnectionPushesTheConsoleValuesThenOneHoleIsRecordedWhereTheC
   EXPECT_EQ(sc.s.etat_pause, 0) << sc.m.Label_defautP.text();
 }
 
-TEST(MachineLink, LargeLossOfStepsSuspendsWithTheCountThenASilentPunchTripsTheWatchdog) {
-  SimConsole sc(fault_script("D MX 1 40\nsilence CZ 1"));
-  ASSERT_TRUE(sc.connect(10));
-  sc.s.sens_X = true;
-  sc.m.Demipas.set_value(0);
-  sc.m.nb_PasX.set_text("600");
-  debut_travail(sc.c);
-  deplace_X(sc.c);
-  EXPECT_EQ(sc.m.Label_defautP.text(), "Perte d'origine :  40 pas - Contexte sauvegardé");
-  EXPECT_EQ(sc.s.etat_pause, 1);
-  EXPECT_EQ(sc.m.Text10.text(), "00040");
-  // The board took its closing line feed: the next move is answered.
-  sc.s.etat_pause = 0;
-  deplace_X(sc.c);
-  EXPECT_EQ(sc.s.etat_pause, 0) << sc.m.Label_defautP.text();
-  // The first punch cycle gets no reply: the watchdog answers, and a report of the line is left.
-  std::filesystem::remove(sc.home + "Perfo_en_cours.sav");
-  sc.s.perforation_lancee = true;
-  cycle_Z(sc.c);
-  EXPECT_EQ(sc.m.Label_defaut.text(), "Non réponse poinçon");
-  EXPECT_EQ(sc.m.Label_defautP.text(), "Non réponse poinçon - Contexte sauvegardé");
-  EXPECT_EQ(sc.m.Command12.text(), "Continuer");
-  EXPECT_FALSE(sc.read_file("Perfo_en_cours.sav").empty());
-  EXPECT_NE(cp1252_to_utf8(sc.read_file("Perfo_en_cours.trafic.txt")).find("> CZxxxxx<LF>"), std::string::npos);
-}
-
 }  // namespace
 }  // namespace brivel::test
