@@ -260,6 +260,12 @@ TEST(Restore, FailuresNameTheFileAndTheLineAndOfferNoRun) {
       {"line 3 no number", [](Lines& l) { l[2] = "beaucoup"; }, "ligne 3 : le nombre de perforations « beaucoup »"},
       {"rang_fichier no number", [](Lines& l) { l[62] = " un"; }, "ligne 63 : le rang du fichier « "},
       {"stops early", [](Lines& l) { l.resize(30); }, "le fichier s'arrête à la ligne 31"},
+      {"file list cut",
+       [](Lines& l) {
+         l[63] = " 3";
+         l.resize(65);
+       },
+       "la ligne 66, avant la fin de la liste des fichiers (ligne 67)"},
       {"another NBTouches", [](Lines& l) { l.erase(l.begin() + 59, l.begin() + 61); }, "enregistré pour 28 notes"},
       {"piece gone", [](Lines& l) { l[61] = "/nulle/part.mid"; }, "ligne 62 : "},
   };
