@@ -17,6 +17,7 @@ Score = (killed + timeout) / (all - not compiled).
     python3 scripts/mutants.py --seed 1 --max 200          # the sample
     python3 scripts/mutants.py --files 'src/link/*.cpp'    # one folder
     python3 scripts/mutants.py --list --max 20             # show, don't run
+    python3 scripts/mutants.py --replay OLD.json --against OLD.json   # the same sample, another suite
 
 The sample is deterministic for a seed and a source tree: candidates are
 drawn round robin over the folders of src/, so that every folder has its
@@ -37,6 +38,7 @@ import subprocess
 import sys
 import time
 from collections import defaultdict
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
@@ -77,6 +79,8 @@ def sync_copy(tree: Path):
 
 def configure(tree: Path, build: Path):
     if (build / "build.ninja").exists():
+        # Test files added or removed since: the build file is made anew first.
+        subprocess.run(["ninja", "-C", str(build), "build.ninja"], check=True, stdout=subprocess.DEVNULL)
         return
     # Release without NDEBUG: the assertions stay.
     flags = "-O1 -g0 --coverage"
@@ -115,7 +119,7 @@ def run_program(build_dir: Path, name: str, timeout: float, gcov_prefix: Path, f
     names of the tests that failed go into `failed` when it is a list."""
     env = dict(os.environ, QT_QPA_PLATFORM="offscreen", BRIVEL_TEST_OUT=str(build_dir / "test-output"),
                GCOV_PREFIX=str(gcov_prefix), GCOV_PREFIX_STRIP="0")
-    verdicts = build_dir / "verdicts.json"
+    verdicts = build_dir / f"verdicts-{name}.json"
     verdicts.unlink(missing_ok=True)
     start = time.monotonic()
     p = subprocess.Popen([str(program_path(build_dir, name)), "--gtest_brief=1", f"--gtest_output=json:{verdicts}"],
@@ -439,15 +443,26 @@ def main():
                 else:
                     rec["outcome"] = "survived"
                     killers, failed = [], []
-                    for p in runners:
+
+                    def run(p):
                         limit = args.timeout or max(20.0, 5 * times.get(p, 4))
-                        outcome, _ = run_program(bdir, p, limit, trash, failed)
+                        return run_program(bdir, p, limit, trash / p, failed)[0]
+
+                    if args.all:
+                        # Every program runs anyway: as many at once as there are cores.
+                        with ThreadPoolExecutor(max_workers=os.cpu_count() or 1) as pool:
+                            outcomes = list(zip(runners, pool.map(run, runners)))
+                    else:
+                        outcomes = []
+                        for p in runners:
+                            outcomes.append((p, run(p)))
+                            if outcomes[-1][1] != "pass":
+                                break
+                    for p, outcome in outcomes:
                         if outcome != "pass":
                             if rec["outcome"] == "survived":
                                 rec["outcome"] = "killed" if outcome == "fail" else "timeout"
                             killers.append(p if outcome == "fail" else p + " (timeout)")
-                            if not args.all:
-                                break
                     rec["by"] = ",".join(killers or runners)
                     rec["tests"] = failed
                 rec["seconds"] = round(time.monotonic() - t0, 1)
