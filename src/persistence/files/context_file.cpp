@@ -120,9 +120,6 @@ bool structure_pour(const std::vector<std::string>& l, int n) {
   return static_cast<int64_t>(f) == somme || static_cast<int64_t>(f) == somme + 1;
 }
 
-}  // namespace
-
-namespace {
 // The lines of a context; `apres_le_trou`: as they will be once the punch
 // cycle under way is answered, its hole counted and the closing notes put
 // at rest.

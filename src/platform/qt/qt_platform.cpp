@@ -18,19 +18,19 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <thread>
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <thread>
 #include <vector>
 
+#include "platform/qt/data_files.h"
 #include "platform/qt/desktop.h"
 #include "platform/qt/help_viewer.h"
 #include "platform/qt/paint_gate.h"
 #include "platform/qt/port_table.h"
 #include "platform/qt/qt_devices.h"
 #include "platform/qt/qt_dialogs.h"
-#include "platform/qt/data_files.h"
 #include "platform/qt/qt_serial.h"
 #include "platform/qt/rehearsal_port.h"
 
@@ -115,7 +115,8 @@ void QtPlatform::sleep_fraction_ms(double ms) {
   // wait ends on time and never before it.
   constexpr double kAwakeMs = 0.2;
   const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double, std::milli>(std::min(ms, 1.5));
-  if (ms > kAwakeMs) std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(std::min(ms, 1.5) - kAwakeMs));
+  if (ms > kAwakeMs)
+    std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(std::min(ms, 1.5) - kAwakeMs));
   while (std::chrono::steady_clock::now() < end) {
   }
 }
