@@ -35,10 +35,9 @@ void attente_ms_depuis(EventLoop& loop, double ms, std::optional<double> depuis)
 }
 
 void attente_ms(EventLoop& loop, double ms) {
+  // Painting is part of the wait, not added to it: the fine wait counts from before it.
   if (auto fine = loop.fine_ms()) {
-    // Painting is part of the wait, not added to it.
-    loop.show_changes();
-    attente_fine(loop, ms, *fine);
+    attente_ms_depuis(loop, ms, fine);
     return;
   }
   loop.show_changes();

@@ -55,6 +55,9 @@ void cycle_piece(Context& c, const std::function<void()>& pendant_le_cycle = {})
   c.s.cycle_de_la_piece = false;
 }
 
+// A Y move of `pas` steps of the event list from `depuis`, as the context marks it.
+RunState::AvanceY avance_depuis(int32_t depuis, double pas) { return {depuis, clng_borne(depuis + pas)}; }
+
 // The step of the first row from `j` on that the run acts on.
 std::optional<double> pas_de_la_suite(const Model& m, int j) {
   for (; j < m.List3.count(); ++j) {
@@ -101,7 +104,8 @@ bool reprend_la_place(Context& c) {
 void attente_apres_trou(Context& c, Run& run) {
   RunState& s = c.s;
   for (;;) {
-    if (s.etat_pause != 0 && !s.place_arret) s.place_arret = RunState::PlaceArret{s.compteur_X, s.compteur_Y, s.y_moteur};
+    if (s.etat_pause != 0 && !s.place_arret)
+      s.place_arret = RunState::PlaceArret{s.compteur_X, s.compteur_Y, s.y_moteur};
     const bool ligne = s.commande_machine;
     s.commande_machine = false;
     while (s.etat_pause != 0) {
@@ -142,9 +146,9 @@ void balayage(Context& c, Run& run, double p, bool pasy) {
   std::function<void()> prepare;
   if (run.pas_suivant && run.dans_bornes(*run.pas_suivant)) {
     prepare = [&c, &run] {
+      // pas_Y will write the distance into nb_PasY as str_num gives it.
       const int32_t depuis = c.s.compteur_Y;
-      prepare_contexte_avant_avance(
-          c, RunState::AvanceY{depuis, clng_borne(depuis + val(str_num(*run.pas_suivant - depuis)))});
+      prepare_contexte_avant_avance(c, avance_depuis(depuis, val(str_num(*run.pas_suivant - depuis))));
     };
   }
   for (int i = 1; i <= n; ++i) {
@@ -168,8 +172,7 @@ void balayage(Context& c, Run& run, double p, bool pasy) {
 // A move that failed keeps the context its fault wrote, mark included.
 void deplace_Y_suivi(Context& c) {
   RunState& s = c.s;
-  const double vers = s.compteur_Y + val(c.m.nb_PasY.text());
-  s.avance_Y_en_cours = RunState::AvanceY{s.compteur_Y, clng_borne(vers)};
+  s.avance_Y_en_cours = avance_depuis(s.compteur_Y, val(c.m.nb_PasY.text()));
   ecrit_contexte_auto(c);
   s.rep_A = false;  // a frame refused before the line leaves no stale "A"
   // Once the board has answered, the new place is written inside the gap
@@ -261,8 +264,7 @@ bool bornes(Context& c, Run& run) {
   RunState& s = c.s;
   auto nombre = [](const Element& e) { return to_number_strict(e.text()).value_or(0); };
   s.pas_poincon = static_cast<int16_t>(std::floor(val(m.Poincon.text()) / s.pas_Y_mm));
-  if (!s.reprise_contexte)
-    m.Text7.set_text(str_plain((nombre(m.Deb_perf_mn) * 60 + nombre(m.Deb_perf_sec)) * 1000));
+  if (!s.reprise_contexte) m.Text7.set_text(str_plain((nombre(m.Deb_perf_mn) * 60 + nombre(m.Deb_perf_sec)) * 1000));
   const double fin_champs = (nombre(m.Fin_perf_mn) * 60 + nombre(m.Fin_perf_sec)) * 1000;
   // With the end left alone, the end bound is the piece's exact end, not
   // the whole seconds that the fields show.
