@@ -9,22 +9,28 @@
 #     search; the floor of a wait ("a tick strictly past its deadline", 1 ms)
 #     and the board's 1 ms reply are shown beside them;
 #   - the run's wall time against the machine's own time: those waits and
-#     the board's 1 ms before each reply (the target is 1.02 at most);
+#     the board's 1 ms before each reply;
 #   - where the console's time goes: the mean gap from a reply to the next
 #     frame after a move (25 ms asked) and after a punch cycle (nothing asked:
 #     the console's own work, a context written before a Y move included);
-#   - the CPU time of the console process against its wall time.
+#   - the CPU time of the console process against its wall time;
+#   - the same frames played by brivel-bare-console, which keeps the waits
+#     and does nothing else (it spins for the replies): the machine's own
+#     time on this computer, the link and the board's wake-ups included, and
+#     the run against it (the target is 1.02 at most).
 # Usage: bench/punch_run.sh [BUILD_DIR] [PIECE.mid]   (default build-bench, data/sample.mid)
+# KEEP_LOG=FILE keeps the board's log of the console's run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 b=${1:-build-bench}
 piece=${2:-data/sample.mid}
-if [ ! -x "$b/apps/brivel/brivel" ]; then
+if [ ! -x "$b/apps/brivel/brivel" ] || [ ! -x "$b/bench/brivel-bare-console" ]; then
   cmake -S . -B "$b" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBRIVEL_BENCH=ON -DBRIVEL_TESTS=OFF > /dev/null
-  cmake --build "$b" --target brivel brivel-board-sim > /dev/null
+  cmake --build "$b" --target brivel brivel-board-sim brivel-bare-console > /dev/null
 fi
 home=$(mktemp -d)
-trap 'kill $sim 2>/dev/null || true; rm -rf "$home"' EXIT
+sim= sim2=
+trap 'kill $sim $sim2 2>/dev/null; [ -z "${KEEP_LOG:-}" ] || cp "$home/board.log" "$KEEP_LOG"; rm -rf "$home"' EXIT
 mkdir -p "$home/ports"
 "$b/apps/brivel-board-sim/brivel-board-sim" --link "$home/ports/com7" --log "$home/board.log" --instant \
   > "$home/sim.out" 2>&1 &
@@ -60,3 +66,14 @@ awk -v cpu="$(cat "$home/time")" '
            gap["move"] / gaps["move"], gap["cycle"] / gaps["cycle"]
     printf "console process: CPU %.2f s of %.1f s wall = %.1f %% of one core\n", t[1] + t[2], t[3], 100 * (t[1] + t[2]) / t[3]
   }' "$home/board.log"
+# The peer, on a board of its own, with the frames the console sent.
+mkdir -p "$home/bare"
+"$b/apps/brivel-board-sim/brivel-board-sim" --link "$home/bare/com7" --log "$home/bare/board.log" --instant \
+  > "$home/bare/sim.out" 2>&1 &
+sim2=$!
+for _ in $(seq 100); do grep -q '^ready' "$home/bare/sim.out" && break; sleep 0.1; done
+"$b/bench/brivel-bare-console" "$home/board.log" "$home/bare/com7" --spin > /dev/null
+# Both runs timed alike: from the first "AGxxxxx" to the last "ZGxxxxx" the board received.
+span() { awk '$2 == ">" && substr($3, 1, 2) == "AG" && !s { s = $1 } $2 == ">" && substr($3, 1, 2) == "ZG" { e = $1 } END { print e - s }' "$1"; }
+awk -v run="$(span "$home/board.log")" -v bare="$(span "$home/bare/board.log")" 'BEGIN {
+  printf "the same frames with only the waits (brivel-bare-console): %.1f s: run/bare %.3f\n", bare / 1000, run / bare }'

@@ -18,6 +18,9 @@ void refresh_File1(Context& c) {
     if (n.size() > 4 && n.compare(n.size() - 4, 4, ".set") == 0) names.push_back(n);
   }
   std::sort(names.begin(), names.end());
+  // The folder changes at every step of a run (the context, the journal):
+  // the list, and the choice in it, are left alone when its files haven't.
+  if (names == c.m.File1.rows() && !names.empty()) return;
   c.m.File1.set_rows(names);
   auto at = std::find(names.begin(), names.end(), picked);
   if (!picked.empty() && at != names.end()) c.m.File1.set_selected(static_cast<int>(at - names.begin()));

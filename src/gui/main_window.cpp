@@ -49,7 +49,15 @@ MainWindow::MainWindow(Context& c, std::function<void()> on_close)
   // list at once.
   auto* folder = new QFileSystemWatcher(this);
   if (!c_.s.dossier_appli.empty()) folder->addPath(QString::fromStdString(c_.s.dossier_appli));
-  connect(folder, &QFileSystemWatcher::directoryChanged, this, [this] { refresh_File1(c_); });
+  // A burst of changes (a run writes its context a few times a second) is
+  // read once.
+  auto* settle = new QTimer(this);
+  settle->setSingleShot(true);
+  settle->setInterval(200);
+  connect(settle, &QTimer::timeout, this, [this] { refresh_File1(c_); });
+  connect(folder, &QFileSystemWatcher::directoryChanged, settle, [settle] {
+    if (!settle->isActive()) settle->start();
+  });
 
   binder_->bind(m.Brivel, this, [this](Prop p) {
     Model& mm = c_.m;

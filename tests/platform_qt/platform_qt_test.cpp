@@ -154,6 +154,36 @@ struct QtSerial : QtLoop {
   void send(const std::string& b) { ASSERT_EQ(write(master, b.data(), b.size()), static_cast<ssize_t>(b.size())); }
 };
 
+// A rehearsal link is an arrival whether its folder was there at start, is
+// made later by the simulator, or is taken away and made again; and so is a
+// link made again at once in the same place to the same device (a simulator
+// started again), whose inode may be the old one's.
+TEST_F(QtLoop, ALinkInThePortsFolderArrivesWhenTheFolderComesLater) {
+  const fs::path home = fresh_dir("home"), ports = home / "ports";
+  std::ofstream(home / "target") << "x";
+  QtDevices d;
+  std::size_t arrived = 0;
+  d.set_on_arrival([&](int, int, const std::string& name) { arrived += name == "COM4"; });
+  d.set_ports_folder(ports.string());
+  const auto settle = [this] {
+    for (int32_t t0 = p.tick_ms(); p.tick_ms() - t0 < 100;) p.turn(20);
+  };
+  for (std::size_t round = 0; round < 2; ++round) {
+    fs::create_directories(ports);
+    settle();  // the folder's own watch is taken before the link comes
+    fs::create_symlink(home / "target", ports / "com4");
+    turn_until([&] { return arrived == 2 * round + 1; });
+    settle();
+    fs::remove(ports / "com4");
+    fs::create_symlink(home / "target", ports / "com4");
+    turn_until([&] { return arrived == 2 * round + 2; });
+    EXPECT_EQ(arrived, 2 * round + 2) << round;
+    fs::remove_all(ports);
+    settle();
+  }
+  fs::remove_all(home);
+}
+
 TEST_F(QtSerial, OpensWritesAndReceivesAtATurnThenReopens) {
   open7();
   s.set_settings("57600,n,8,1");

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include <sys/stat.h>
+
 #include "console/file_list.h"
 #include "core/cp1252.h"
 #include "core/numbers.h"
@@ -67,8 +69,29 @@ std::string date_du_fichier(const fs::path& p) {
 // another piece or parameter file, or stands further back (a new run, an
 // idle console after a fault outside a run): the history folder holds the
 // last kContextesGardes of them, named by date and piece, oldest first.
+// The context this console wrote last, and the file it became: during a run
+// the file about to be overwritten is nearly always that one, and is then
+// not read again at every step.
+struct DernierEcrit {
+  std::string chemin;
+  std::vector<std::string> lignes;
+  struct stat st {};
+};
+DernierEcrit g_dernier;
+
+bool meme_fichier(const struct stat& a, const struct stat& b) {
+  return a.st_ino == b.st_ino && a.st_dev == b.st_dev && a.st_size == b.st_size &&
+         a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
 void archive_si_besoin(const std::string& dossier, const std::vector<std::string>& nouvelles, int n) {
   const fs::path actuel = fs::path(dossier) / kContexteAuto;
+  struct stat st {};
+  if (::stat(actuel.c_str(), &st) != 0) return;
+  if (g_dernier.chemin == actuel.string() && meme_fichier(g_dernier.st, st)) {
+    const auto a = cle(g_dernier.lignes, n), b = cle(nouvelles, n);
+    if (a && b && a->set == b->set && a->chemin == b->chemin && b->trous >= a->trous && b->y >= a->y) return;
+  }
   auto octets = lit_fichier_octets(actuel.string());
   if (!octets) return;
   const auto anciennes = split_cp1252_lines(*octets);
@@ -95,7 +118,12 @@ void archive_si_besoin(const std::string& dossier, const std::vector<std::string
 bool ecrit_auto(Context& c) {
   const auto lignes = lignes_contexte(c.m, c.s);
   archive_si_besoin(c.s.dossier_appli, lignes, notes_in_use(c.m));
-  return ecrit_fichier_atomique(c.s.dossier_appli + kContexteAuto, texte_fichier(lignes));
+  const std::string chemin = c.s.dossier_appli + kContexteAuto;
+  g_dernier.chemin.clear();
+  if (!ecrit_fichier_atomique(chemin, texte_fichier(lignes))) return false;
+  struct stat st {};
+  if (::stat(chemin.c_str(), &st) == 0) g_dernier = {chemin, lignes, st};
+  return true;
 }
 
 // --- Reading -----------------------------------------------------------------------

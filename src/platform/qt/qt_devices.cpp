@@ -48,9 +48,10 @@ QtDevices::~QtDevices() {
 namespace {
 
 // The links comN of the folder, each with where it leads and the link's own
-// inode: a simulator started again makes a new link, which may lead to the
-// same pseudo-terminal number as the one before. Links that lead nowhere
-// are left out.
+// inode and change time: a simulator started again makes a new link, which
+// may lead to the same pseudo-terminal number as the one before and, the old
+// link's inode being free again, have its number too. Links that lead
+// nowhere are left out.
 std::map<std::string, std::string> live_links(const std::string& folder) {
   std::map<std::string, std::string> out;
   std::error_code ec;
@@ -59,7 +60,9 @@ std::map<std::string, std::string> live_links(const std::string& folder) {
     if (name.rfind("com", 0) != 0 || !entry.is_symlink(ec)) continue;
     auto target = std::filesystem::canonical(entry.path(), ec);
     struct stat st {};
-    if (!ec && ::lstat(entry.path().c_str(), &st) == 0) out[name] = target.string() + "#" + std::to_string(st.st_ino);
+    if (!ec && ::lstat(entry.path().c_str(), &st) == 0)
+      out[name] = target.string() + "#" + std::to_string(st.st_ino) + "#" + std::to_string(st.st_ctim.tv_sec) + "." +
+                  std::to_string(st.st_ctim.tv_nsec);
   }
   return out;
 }
@@ -70,18 +73,28 @@ void QtDevices::set_ports_folder(const std::string& folder) {
   ports_folder_ = folder;
   links_ = live_links(folder);
   watcher_ = std::make_unique<QFileSystemWatcher>();
-  // The folder itself may be made later (by the simulator): its parent is
-  // watched too.
-  const QString dir = QString::fromStdString(folder);
-  watcher_->addPath(QFileInfo(dir).absolutePath());
-  if (QFileInfo(dir).isDir()) watcher_->addPath(dir);
+  watch_folder();
   QObject::connect(watcher_.get(), &QFileSystemWatcher::directoryChanged, [this] { on_folder_changed(); });
 }
 
+// The folder itself is watched while it exists; while it doesn't (the
+// simulator makes it later) its parent is watched instead. The parent is the
+// console's own folder, written at every step of a run: watching it for good
+// would scan the ports a few times a second.
+void QtDevices::watch_folder() {
+  const QFileInfo dir(QString::fromStdString(ports_folder_));
+  const QString parent = dir.absolutePath(), self = dir.absoluteFilePath();
+  const QStringList watched = watcher_->directories();
+  if (dir.isDir()) {
+    if (!watched.contains(self)) watcher_->addPath(self);
+    if (watched.contains(parent)) watcher_->removePath(parent);
+  } else if (!watched.contains(parent)) {
+    watcher_->addPath(parent);
+  }
+}
+
 void QtDevices::on_folder_changed() {
-  const QString dir = QString::fromStdString(ports_folder_);
-  if (QFileInfo(dir).isDir() && !watcher_->directories().contains(QFileInfo(dir).absoluteFilePath()))
-    watcher_->addPath(dir);
+  watch_folder();
   auto now = live_links(ports_folder_);
   for (const auto& [name, target] : now) {
     auto was = links_.find(name);

@@ -42,8 +42,9 @@ class QtDevices : public DeviceNotifier {
  private:
   void on_event();
   void on_folder_changed();
+  void watch_folder();
   std::unique_ptr<QFileSystemWatcher> watcher_;
-  std::map<std::string, std::string> links_;  // link name -> its target and inode when last seen
+  std::map<std::string, std::string> links_;  // link name -> its target, inode and change time when last seen
   udev* udev_ = nullptr;
   udev_monitor* monitor_ = nullptr;
   std::unique_ptr<QSocketNotifier> notifier_;
