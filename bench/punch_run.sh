@@ -19,12 +19,14 @@
 #     time on this computer, the link and the board's wake-ups included, and
 #     the run against it (the target is 1.02 at most).
 # Usage: bench/punch_run.sh [BUILD_DIR] [PIECE.mid]   (default build-bench, data/sample.mid)
-# KEEP_LOG=FILE keeps the board's log of the console's run.
+# KEEP_LOG=FILE keeps the board's log of the console's run; BARE_CONSOLE=PATH
+# takes the bare console from another build.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 b=${1:-build-bench}
 piece=${2:-data/sample.mid}
-if [ ! -x "$b/apps/brivel/brivel" ] || [ ! -x "$b/bench/brivel-bare-console" ]; then
+bare=${BARE_CONSOLE:-$b/bench/brivel-bare-console}
+if [ ! -x "$b/apps/brivel/brivel" ] || [ ! -x "$bare" ]; then
   cmake -S . -B "$b" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBRIVEL_BENCH=ON -DBRIVEL_TESTS=OFF > /dev/null
   cmake --build "$b" --target brivel brivel-board-sim brivel-bare-console > /dev/null
 fi
@@ -72,7 +74,7 @@ mkdir -p "$home/bare"
   > "$home/bare/sim.out" 2>&1 &
 sim2=$!
 for _ in $(seq 100); do grep -q '^ready' "$home/bare/sim.out" && break; sleep 0.1; done
-"$b/bench/brivel-bare-console" "$home/board.log" "$home/bare/com7" --spin > /dev/null
+"$bare" "$home/board.log" "$home/bare/com7" --spin > /dev/null
 # Both runs timed alike: from the first "AGxxxxx" to the last "ZGxxxxx" the board received.
 span() { awk '$2 == ">" && substr($3, 1, 2) == "AG" && !s { s = $1 } $2 == ">" && substr($3, 1, 2) == "ZG" { e = $1 } END { print e - s }' "$1"; }
 awk -v run="$(span "$home/board.log")" -v bare="$(span "$home/bare/board.log")" 'BEGIN {
