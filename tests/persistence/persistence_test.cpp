@@ -85,6 +85,42 @@ TEST(ContextFile, BytesAreWindows1252WithCrLfAndAFinalEmptyLine) {
                                               "", "/p/b.mid", " 1", " 2", "/p/a.mid", "/p/b.mid", "/p/c.mid"}));
 }
 
+// The automatic context keeps the one it replaces in Contextes/ only when
+// that one belongs to another run: another piece, or further back; also when
+// the file was replaced from outside since the console wrote it.
+TEST(ContextFile, TheHistoryKeepsWhatAnotherRunLeft) {
+  SimDesk d;
+  d.m.NBTouches.set_text("1");
+  d.s.nom_fichier_set = "x.set";
+  const auto kept = [&] {
+    std::size_t n = 0;
+    std::error_code ec;
+    for (fs::directory_iterator it(d.home + kDossierHistorique, ec), end; !ec && it != end; it.increment(ec))
+      n += it->path().extension() == ".sav";
+    return n;
+  };
+  struct Step {
+    const char* piece;
+    int holes;
+    const char* y;
+    const char* outside;  // a context of this piece written over the file first
+    std::size_t kept;
+  };
+  for (const Step& st : {Step{"/p/a.mid", 10, "100", nullptr, 0}, Step{"/p/a.mid", 20, "200", nullptr, 0},
+                         Step{"/p/a.mid", 5, "50", nullptr, 1}, Step{"/p/b.mid", 6, "60", nullptr, 2},
+                         Step{"/p/b.mid", 7, "70", "/p/other.mid", 3}}) {
+    if (st.outside) {
+      d.s.chemin_midi = st.outside;
+      write(d, "Perfo_en_cours.sav", lignes_contexte(d.m, d.s));
+    }
+    d.s.chemin_midi = st.piece;
+    d.s.compteur_trous = st.holes;
+    d.m.compteurXY(1).set_text(st.y);
+    ASSERT_TRUE(ecrit_contexte_auto(d.c));
+    EXPECT_EQ(kept(), st.kept) << st.piece << " " << st.holes;
+  }
+}
+
 // A cancel writes nothing; the menu asks with the filter and the piece's
 // name, then writes; a failed write is told on the service line.
 TEST(ContextFile, AWritePreparedAheadChangesNothingUntilTheSameWriteComes) {

@@ -53,6 +53,11 @@ std::optional<Cle> cle(const std::vector<std::string>& l, int n) {
   return Cle{l[0], l[chemin], val(l[1]), val(l[2])};
 }
 
+// The new context goes on from the old one: same files, not further back.
+bool meme_course(const std::optional<Cle>& a, const std::optional<Cle>& b) {
+  return a && b && a->set == b->set && a->chemin == b->chemin && b->trous >= a->trous && b->y >= a->y;
+}
+
 std::string date_du_fichier(const fs::path& p) {
   std::error_code ec;
   const auto ft = fs::last_write_time(p, ec);
@@ -65,10 +70,6 @@ std::string date_du_fichier(const fs::path& p) {
   return buf;
 }
 
-// Keeps the context about to be overwritten when the new one belongs to
-// another piece or parameter file, or stands further back (a new run, an
-// idle console after a fault outside a run): the history folder holds the
-// last kContextesGardes of them, named by date and piece, oldest first.
 // The context this console wrote last, and the file it became: during a run
 // the file about to be overwritten is nearly always that one, and is then
 // not read again at every step.
@@ -84,20 +85,22 @@ bool meme_fichier(const struct stat& a, const struct stat& b) {
          a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
+// Keeps the context about to be overwritten when the new one belongs to
+// another piece or parameter file, or stands further back (a new run, an
+// idle console after a fault outside a run): the history folder holds the
+// last kContextesGardes of them, named by date and piece, oldest first.
 void archive_si_besoin(const std::string& dossier, const std::vector<std::string>& nouvelles, int n) {
   const fs::path actuel = fs::path(dossier) / kContexteAuto;
   struct stat st {};
   if (::stat(actuel.c_str(), &st) != 0) return;
   if (g_dernier.chemin == actuel.string() && meme_fichier(g_dernier.st, st)) {
-    const auto a = cle(g_dernier.lignes, n), b = cle(nouvelles, n);
-    if (a && b && a->set == b->set && a->chemin == b->chemin && b->trous >= a->trous && b->y >= a->y) return;
+    if (meme_course(cle(g_dernier.lignes, n), cle(nouvelles, n))) return;
   }
   auto octets = lit_fichier_octets(actuel.string());
   if (!octets) return;
   const auto anciennes = split_cp1252_lines(*octets);
   const auto a = cle(anciennes, n);
-  const auto b = cle(nouvelles, n);
-  if (a && b && a->set == b->set && a->chemin == b->chemin && b->trous >= a->trous && b->y >= a->y) return;
+  if (meme_course(a, cle(nouvelles, n))) return;
   if (octets->empty()) return;
   std::error_code ec;
   const fs::path hist = fs::path(dossier) / kDossierHistorique;
