@@ -204,11 +204,12 @@ void BoardModel::on_frame(const std::string& code, std::optional<int> value, int
     held_.clear();
     busy_until_ = now;
   }
+  // assign(1, c), not = "c": GCC 12 at -O2 warns of a copy overlapping itself here.
   if (plain_a) {
-    a.bytes = "A";
+    a.bytes.assign(1, 'A');
     a.held.reset();
   } else if (lose) {
-    a.bytes = "D";
+    a.bytes.assign(1, 'D');
     a.held = five_digits(rule->lost_steps);
     a.closing_lf = true;
     a.hole = false;

@@ -66,7 +66,8 @@ LectureParametres lit_fichier_parametres(std::string_view octets) {
         continue;
       case FormeParam::Texte:
         a.texte = texte;
-        if (lp.champ == "Text17" && a.texte.empty()) a.texte = "6";
+        // assign(1, '6'), not = "6": GCC 12 at -O2 warns of a copy overlapping itself.
+        if (lp.champ == "Text17" && a.texte.empty()) a.texte.assign(1, '6');
         break;
       case FormeParam::Nombre: {
         auto n = cint(val(texte));
