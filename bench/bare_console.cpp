@@ -17,7 +17,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <sstream>

@@ -93,9 +93,9 @@ void archive_si_besoin(const std::string& dossier, const std::vector<std::string
   const fs::path actuel = fs::path(dossier) / kContexteAuto;
   struct stat st {};
   if (::stat(actuel.c_str(), &st) != 0) return;
-  if (g_dernier.chemin == actuel.string() && meme_fichier(g_dernier.st, st)) {
-    if (meme_course(cle(g_dernier.lignes, n), cle(nouvelles, n))) return;
-  }
+  if (g_dernier.chemin == actuel.string() && meme_fichier(g_dernier.st, st) &&
+      meme_course(cle(g_dernier.lignes, n), cle(nouvelles, n)))
+    return;
   auto octets = lit_fichier_octets(actuel.string());
   if (!octets) return;
   const auto anciennes = split_cp1252_lines(*octets);
