@@ -246,6 +246,7 @@ int main(void) {
   proto_init(&line);
   wdt_enable(WDTO_500MS);
   sei();
+  uart_write(PROTO_GREETING, PROTO_GREETING_LEN);
   for (;;) {
     wdt_reset();
     uint8_t b;

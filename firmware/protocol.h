@@ -24,6 +24,14 @@
 extern "C" {
 #endif
 
+/* Written once the firmware has started, after every reset: ESC, "BRIVEL",
+ * line feed. No reply begins with ESC, so the program tells a board that
+ * restarted (a brown-out, the watchdog, the cable, another program opening
+ * the port) from one that answers, and knows when the bootloader has let go
+ * of the line. */
+#define PROTO_GREETING "\x1b" "BRIVEL\n"
+#define PROTO_GREETING_LEN 8
+
 enum proto_event {
   PROTO_NONE,      /* nothing to do yet */
   PROTO_FRAME,     /* a whole frame: code and value in the reader */

@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "board/board_model.h"
+#include "line_watch.h"
 #include "command_line.h"
 #include "pty_link.h"
 #include "sim_loop.h"
@@ -91,12 +92,13 @@ int main(int argc, char** argv) {
   int status = 0;
   {
     PtyLink pty;
-    if (!pty.open(opt->link, &error)) {
+    LineWatch watch;
+    if (!pty.open(opt->link, &error) || !watch.start(pty.slave_path(), &error)) {
       std::cerr << error << "\n";
       status = 1;
     } else {
       std::cout << pty.slave_path() << "\nready" << std::endl;
-      SimLoop loop(board, pty, log, signal_fd);
+      SimLoop loop(board, pty, log, signal_fd, &watch);
       loop.run(static_cast<int64_t>(std::llround(opt->duration_s * 1000)));
     }
   }  // the link goes before we say we're done

@@ -21,7 +21,9 @@ std::string sys_error(const char* what) { return std::string(what) + " : " + std
 
 }  // namespace
 
-PtyLink::~PtyLink() {
+PtyLink::~PtyLink() { close(); }
+
+void PtyLink::close() {
   if (!link_.empty()) {
     std::error_code ec;
     // Only our own link goes: someone may have pointed the name elsewhere.
@@ -29,6 +31,8 @@ PtyLink::~PtyLink() {
   }
   if (slave_ >= 0) ::close(slave_);
   if (master_ >= 0) ::close(master_);
+  slave_ = master_ = -1;
+  link_.clear();
 }
 
 bool PtyLink::open(const std::string& link, std::string* error) {

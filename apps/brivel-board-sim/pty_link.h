@@ -8,7 +8,7 @@
 // again so that a restarted program can reopen the port.
 //
 // A pty has no modem lines: the reset pulse the program sends on DTR/RTS is
-// not seen here.
+// not seen here (brivel-machine-sim sees it through a preload library).
 #pragma once
 
 #include <string>
@@ -26,6 +26,10 @@ class PtyLink {
   // symlink to its slave (parent folders made, a stale link replaced, any
   // other file left alone). False with a French message in `error`.
   bool open(const std::string& link, std::string* error);
+
+  // The link removed and both ends closed: the port vanishes, as a board
+  // unplugged. open() may be called again.
+  void close();
 
   int master_fd() const { return master_; }
   const std::string& slave_path() const { return slave_path_; }

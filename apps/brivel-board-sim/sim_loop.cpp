@@ -86,16 +86,19 @@ void SimLoop::read_pty() {
   }
 }
 
+void SimLoop::restart() {
+  const int64_t ns = now_ns(), now = ns / kNsPerMs;
+  BoardOutput greeting = board_.reset(now);
+  take_new_log_entries(ns, now);
+  due_.emplace(ns + (greeting.at_ms - now) * kNsPerMs, Event{true, std::move(greeting.bytes), {}});
+}
+
 bool SimLoop::read_signals() {
   char buf[16];
   const ssize_t n = ::read(signal_fd_, buf, sizeof buf);
   for (ssize_t i = 0; i < n; ++i) {
     if (buf[i] == 'T') return false;
-    if (buf[i] == 'U') {
-      const int64_t ns = now_ns();
-      board_.reset(ns / kNsPerMs);
-      take_new_log_entries(ns, ns / kNsPerMs);
-    }
+    if (buf[i] == 'U') restart();
   }
   return true;
 }
@@ -117,13 +120,20 @@ void SimLoop::run(int64_t duration_ms) {
     int64_t wake = next_beat;
     if (!due_.empty()) wake = std::min(wake, due_.begin()->first);
     if (duration_ms > 0) wake = std::min(wake, end);
-    pollfd fds[2] = {{pty_.master_fd(), POLLIN, 0}, {signal_fd_, POLLIN, 0}};
+    pollfd fds[4] = {{pty_.master_fd(), POLLIN, 0},
+                     {signal_fd_, POLLIN, 0},
+                     {watch_ ? watch_->inotify_fd() : -1, POLLIN, 0},
+                     {watch_ ? watch_->socket_fd() : -1, POLLIN, 0}};
     const int64_t left = std::clamp<int64_t>(wake - now, 0, kExclusiveBeatMs * kNsPerMs);
     const timespec timeout{static_cast<time_t>(left / 1000000000), static_cast<long>(left % 1000000000)};
-    const int r = ::ppoll(fds, 2, &timeout, nullptr);
+    const int r = ::ppoll(fds, 4, &timeout, nullptr);
     if (r < 0) continue;  // EINTR: the signal's byte is in the pipe
     if (fds[1].revents & POLLIN) {
       if (!read_signals()) break;
+    }
+    if ((fds[2].revents | fds[3].revents) & POLLIN) {
+      for (const LineWatch::Event e : watch_->poll())
+        if (e == LineWatch::Event::DtrUp) restart();
     }
     if (fds[0].revents & POLLIN) read_pty();
   }

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "board/board_model.h"
+#include "line_watch.h"
 #include "pty_link.h"
 
 namespace brivel::boardsim {
@@ -18,9 +19,11 @@ namespace brivel::boardsim {
 class SimLoop {
  public:
   // `log` may be null. `signal_fd` is the read end of the pipe the signal
-  // handler writes to: 'T' ends the loop, 'U' restarts the firmware.
-  SimLoop(BoardModel& board, const PtyLink& pty, std::FILE* log, int signal_fd)
-      : board_(board), pty_(pty), log_(log), signal_fd_(signal_fd) {}
+  // handler writes to: 'T' ends the loop, 'U' restarts the firmware. `watch`
+  // (may be null) tells the openings of the port and the program's DTR: the
+  // firmware restarts at each rising edge, as a board's does.
+  SimLoop(BoardModel& board, const PtyLink& pty, std::FILE* log, int signal_fd, LineWatch* watch = nullptr)
+      : board_(board), pty_(pty), log_(log), signal_fd_(signal_fd), watch_(watch) {}
 
   // Runs until a 'T' comes, or for `duration_ms` if it's above 0.
   void run(int64_t duration_ms);
@@ -40,11 +43,14 @@ class SimLoop {
   void write_reply(const std::string& bytes, int64_t now);
   void read_pty();
   bool read_signals();  // false when asked to stop
+  // The firmware restarts: the board's reset, then its greeting.
+  void restart();
 
   BoardModel& board_;
   const PtyLink& pty_;
   std::FILE* log_;
   int signal_fd_;
+  LineWatch* watch_;
   int64_t start_ns_ = 0;
   size_t logged_ = 0;                     // entries of board_.log() already queued
   std::multimap<int64_t, Event> due_;     // by real time (ns); same time: in order of queueing

@@ -16,7 +16,7 @@ const char* const kUsage =
     "  --help, --version\n"
     "Les règles de défaut comptent les déplacements X ensemble (MX vaut MX, mX, Mx et mx), de même OR et oR, CZ et "
     "cZ.\n"
-    "SIGUSR1 redémarre le microprogramme comme l'impulsion de reset, qu'un pseudo-terminal ne transmet pas.\n";
+    "Chaque ouverture du port redémarre le microprogramme, comme sur une carte ; SIGUSR1 aussi.\n";
 
 std::optional<SimOptions> parse_options(const std::vector<std::string>& args, std::string* error) {
   SimOptions o;

@@ -46,15 +46,16 @@ void BoardModel::set_sensor(int index, bool unmasked) {
   if (index >= 0 && index < static_cast<int>(sensors_.size())) sensors_[index] = unmasked;
 }
 
-void BoardModel::reset(int64_t now_ms) {
+BoardOutput BoardModel::reset(int64_t now_ms) {
   ++resets_;
   params_ = kPowerOn;
   working_ = false;
   lines_.clear();
   dialogue_ = Dialogue::None;
   held_.clear();
-  busy_until_ = now_ms;
+  busy_until_ = now_ms + 1;
   note(now_ms, "reset");
+  return {now_ms + 1, std::string(kGreeting)};
 }
 
 int BoardModel::param(const char* code) const {

@@ -48,6 +48,9 @@
 
 namespace brivel {
 
+// What the firmware writes after every reset: ESC, "BRIVEL", line feed.
+inline constexpr std::string_view kGreeting = "\x1b" "BRIVEL\n";
+
 struct BoardOutput {
   int64_t at_ms = 0;     // virtual time at which the bytes go out
   std::string bytes;
@@ -112,8 +115,9 @@ class BoardModel {
 
   // The reset pulse on the modem lines: the firmware restarts. Parameters and
   // the working sequence go back to power-on values; the axes, the hole log
-  // and the EEPROM stay.
-  void reset(int64_t now_ms);
+  // and the EEPROM stay. Returns the greeting the firmware writes once it
+  // has started, 1 ms later.
+  BoardOutput reset(int64_t now_ms);
 
   const std::vector<Hole>& holes() const { return holes_; }
   const std::vector<BoardLogEntry>& log() const { return log_; }

@@ -58,6 +58,19 @@ struct RunState {
 
   // --- Connection -------------------------------------------------------------
   bool scan_port = false;
+  // Our firmware greets the line after every reset (link/frames.h). The
+  // greeting's bytes received so far, held back from the reply flags.
+  std::string salut_partiel;
+  int saluts = 0;                  // greetings received since start
+  bool connexion_en_cours = false; // connexion_on waits for the greeting itself
+  // A greeting came while the run went on: its next wait is a fault.
+  bool reinit_a_signaler = false;
+  // A reply that may be any byte (an EEPROM cell): no greeting is looked for.
+  bool octet_brut_attendu = false;
+  // The last connection: -1 none yet, 0 its board never greeted (another
+  // firmware: the fixed 900 ms of the reset are kept), 1 it greeted.
+  int carte_salue = -1;
+  int port_salue = -1;             // the port number of that connection
   // Frames and replies of the line, for the fault report beside the context.
   TrafficLog trafic;
   // The run engine (Command11_Click) is on the stack, suspended or not. A

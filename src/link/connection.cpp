@@ -1,5 +1,7 @@
 #include "link/connection.h"
 
+#include <memory>
+
 #include "core/numbers.h"
 #include "link/param_push.h"
 
@@ -7,6 +9,10 @@ namespace brivel {
 
 namespace {
 constexpr int kPortScanStart = 32;
+// How long after the opening a board that greets is waited for: a
+// bootloader listens about a second after the reset before it starts the
+// firmware. At most 1.5 s beyond the 900 ms of the reset pulse.
+constexpr int kSaluMaxMs = 2400;
 
 // The lamps are the system's report of a connection; their tool tip says
 // why a red one is red, when the serial layer knows.
@@ -38,6 +44,11 @@ int numero_port(const Context& c) {
 
 void init_port(Context& c) {
   SerialPort& port = c.p.serial();
+  RunState& s = c.s;
+  const int32_t ouverture = c.p.tick_ms();
+  const int saluts = s.saluts;
+  s.connexion_en_cours = true;
+  s.salut_partiel.clear();
   port.set_settings("57600,n,8,1");
   port.set_dtr(true);
   port.set_rts(true);
@@ -50,12 +61,26 @@ void init_port(Context& c) {
   c.s.mode_5car = false;
   c.s.rep_5car_prete = false;
   attente_ms(c.p, 500);
+  // A board that never greeted on this port (another firmware) keeps the
+  // 900 ms; any other is waited for until its greeting, or the time-out.
+  const int n = numero_port(c);
+  if (s.carte_salue == 0 && s.port_salue == n) return;
+  while (s.saluts == saluts && port.is_open()) {
+    const int32_t passe = c.p.tick_ms() - ouverture;
+    if (passe >= kSaluMaxMs) break;
+    c.p.turn(kSaluMaxMs - passe);
+  }
+  s.carte_salue = s.saluts != saluts ? 1 : 0;
+  s.port_salue = n;
+  s.trafic.add(c.p.tick_ms(), '!',
+               s.carte_salue ? "carte prête (salut reçu)" : "pas de salut de la carte : paramètres envoyés sans lui");
 }
 
 void connexion_on(Context& c) {
   init_port(c);
   if (!c.p.serial().is_open()) {
     // The device went away during the reset (its removal closed the port).
+    c.s.connexion_en_cours = false;
     c.s.scan_port = false;
     connexion_off(c);
     return;
@@ -63,7 +88,31 @@ void connexion_on(Context& c) {
   lamps(c, palette::kLightGreen);
   c.s.scan_port = false;
   param_arduino(c);
+  c.s.connexion_en_cours = false;
   c.p.set_busy(false);
+}
+
+void carte_a_salue(Context& c) {
+  RunState& s = c.s;
+  ++s.saluts;
+  s.trafic.add(c.p.tick_ms(), '!', "salut de la carte : elle vient de démarrer");
+  if (s.connexion_en_cours) return;
+  if (s.run_on_stack) {
+    if (s.etat_pause == 0) s.reinit_a_signaler = true;
+    // The head's place is lost with the board's count: whatever the
+    // operator does meanwhile, the run re-registers before its next hole.
+    s.realignement_demande = -1;
+  }
+  // The push at the next turn, out of the receive handler; the run, if one
+  // goes on, meets the restart at its next wait and suspends.
+  auto id = std::make_shared<int>();
+  *id = c.p.add_timer(1, [&c, id] {
+    c.p.remove_timer(*id);
+    if (!c.p.serial().is_open() || c.s.connexion_en_cours) return;
+    c.m.Label_defaut.set_text("Carte réinitialisée");
+    c.m.Label_defautP.set_text(kCarteReinitialisee);
+    param_arduino(c);
+  });
 }
 
 void connexion_off(Context& c) {

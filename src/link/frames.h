@@ -34,6 +34,11 @@ std::string fixed_frame(std::string_view code);
 // The service-line text for a refused number field.
 std::string refusal_text(std::string_view code, double value);
 
+// What our firmware writes once it has started, after every reset: ESC,
+// "BRIVEL", line feed. No reply of the dialogues begins with ESC, and an
+// EEPROM cell that holds it is read with the greeting's watch off.
+inline constexpr std::string_view kSalutCarte = "\x1b" "BRIVEL\n";
+
 // Receive side, single-character mode: clears the five reply flags, then
 // raises the one that `ch` stands for ("A" to "D", exactly), or stores it in
 // car_autre with rep_autre.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 #include "core/numbers.h"
 #include "link/connection.h"
@@ -67,7 +68,28 @@ void OnComm(Context& c, int comm_event) {
     if (in.empty()) return;
     s.reponse_recue_ms = c.p.fine_ms();
     s.trafic.add(c.p.tick_ms(), '<', in.substr(0, 1));
-    note_single_reply(s, in[0]);
+    if (s.octet_brut_attendu || (s.salut_partiel.empty() && in[0] != kSalutCarte[0])) {
+      note_single_reply(s, in[0]);
+      return;
+    }
+    // A greeting, or its beginning: held back until it is whole or proves
+    // to be something else.
+    s.salut_partiel += in[0];
+    if (kSalutCarte.substr(0, s.salut_partiel.size()) == s.salut_partiel) {
+      if (s.salut_partiel.size() < kSalutCarte.size()) return;
+      s.salut_partiel.clear();
+      carte_a_salue(c);
+      return;
+    }
+    // Not a greeting after all: the bytes held are replies, the last one
+    // perhaps the start of a greeting.
+    std::string tenus = std::exchange(s.salut_partiel, "");
+    const bool debut = tenus.back() == kSalutCarte[0];
+    if (debut) {
+      s.salut_partiel = tenus.back();
+      tenus.pop_back();
+    }
+    for (char ch : tenus) note_single_reply(s, ch);
   } else if (!s.rep_5car_prete) {
     std::string in = port.input();
     s.trafic.add(c.p.tick_ms(), '<', in);
@@ -110,7 +132,13 @@ std::string recus_depuis(const TrafficLog& log, int32_t depuis) {
 
 Attente attend(Context& c, const std::function<bool()>& fini, double delai_ms) {
   const uint32_t start = static_cast<uint32_t>(c.p.tick_ms());
+  const int saluts = c.s.saluts;
   for (;;) {
+    if (std::exchange(c.s.reinit_a_signaler, false) || (c.s.saluts != saluts && !c.s.connexion_en_cours)) {
+      c.s.reinit_a_signaler = false;
+      c.s.trafic.add(c.p.tick_ms(), '!', "la carte a redémarré pendant l'attente");
+      return Attente::CarteReinitialisee;
+    }
     if (fini()) return Attente::Reponse;
     if (!c.p.serial().is_open()) {
       c.s.trafic.add(c.p.tick_ms(), '!', "port fermé pendant l'attente");
@@ -136,6 +164,7 @@ Attente attend(Context& c, const std::function<bool()>& fini, double delai_ms) {
 }
 
 Attente ecrit_et_attend(Context& c, std::string_view frame, unsigned flags, double delai_ms) {
+  if (std::exchange(c.s.reinit_a_signaler, false)) return Attente::CarteReinitialisee;
   if (!envoie(c, frame)) return Attente::PortPerdu;
   efface_drapeaux(c.s, flags);
   return attend(
@@ -171,6 +200,8 @@ std::string texte_defaut_liaison(Attente a) {
       return "Liaison série perdue";
     case Attente::Inattendue:
       return "Réponse inattendue de la machine : " + visible_bytes(g_inattendus);
+    case Attente::CarteReinitialisee:
+      return kCarteReinitialisee;
   }
   return "";
 }

@@ -37,6 +37,7 @@ enum class Attente {
   Delai,       // the board said nothing in time
   PortPerdu,   // the port is closed or a write failed
   Inattendue,  // time is up, and what came was no awaited reply
+  CarteReinitialisee,  // the board restarted under the run (its greeting came)
 };
 
 // Awaited reply flags, to be or-ed.
@@ -61,10 +62,13 @@ void efface_drapeaux(RunState& s, unsigned flags);
 bool un_drapeau(const RunState& s, unsigned flags);
 
 // Turns the event loop until `fini` holds, the port closes, or `delai_ms`
-// pass on the tick.
+// pass on the tick. A greeting of the board during the run (or just before
+// the wait, while the run went on) ends it too: the board has forgotten its
+// parameters and where the head stands.
 Attente attend(Context& c, const std::function<bool()>& fini, double delai_ms);
 
 // The wait pattern: write `frame`, clear `flags`, turn until one is set.
+// Nothing is written to a board that restarted since the last wait.
 Attente ecrit_et_attend(Context& c, std::string_view frame, unsigned flags, double delai_ms = kDelaiReponseMs);
 
 // The counted exchange, steps 1 to 4: counted mode, bare line feed, wait for

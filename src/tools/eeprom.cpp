@@ -39,8 +39,11 @@ void read_EEPROM(Context& c) {
   // A cell holding 65 to 68 comes back as "A" to "D", which the dispatcher
   // takes for replies: the wait ends on those too.
   efface_drapeaux(s, kRepA | kRepB | kRepC | kRepD);
+  // The cell may hold any byte, ESC too: not the start of a greeting here.
+  s.octet_brut_attendu = true;
   Attente a = attend(
       c, [&s] { return un_drapeau(s, kRepAutre | kRepA | kRepB | kRepC | kRepD); }, kDelaiReponseMs);
+  s.octet_brut_attendu = false;
   envoie(c, kBareLF);
   if (a != Attente::Reponse) {
     m.Label_defautP.set_text("Lecture EEPROM impossible : " + texte_defaut_liaison(a));

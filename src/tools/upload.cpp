@@ -104,6 +104,50 @@ std::string issue_programmation(int code, bool interrompu) {
          "). Le rapport ci-dessous en donne la raison.";
 }
 
+std::string raison_echec(std::string_view rapport) {
+  auto dit = [&rapport](std::string_view mot) { return rapport.find(mot) != std::string_view::npos; };
+  if (dit("can't open device") || dit("cannot open port") || dit("Permission denied"))
+    return "avrdude n'a pas pu ouvrir le port : la carte est-elle branchée, le port est-il le bon, votre compte "
+           "est-il dans le groupe dialout ?";
+  if (dit("not in sync") || dit("not responding") || dit("getsync"))
+    return "Le chargeur de la carte ne répond pas. Vérifier l'entrée choisie : « Uno - Uno rev3 » parle à "
+           "115 200 bauds, « Nano » et « Duemilanove » à 57 600 (un Nano récent porte le chargeur du Uno). Une "
+           "carte sans chargeur se programme avec un programmateur ISP (avrdude -c usbasp ...).";
+  if (dit("verification error") || dit("content mismatch") || dit("mismatch at"))
+    return "La vérification a échoué : l'image écrite ne se relit pas. Recommencer ; si cela persiste, la "
+           "carte est à remplacer.";
+  if (dit("signature"))
+    return "La carte n'est pas un ATmega328P (signature inattendue) : vérifier la carte branchée.";
+  return {};
+}
+
+namespace {
+// After avrdude, successful or not: the port opened again, the board reset
+// and its parameters pushed, so that the operator goes on at once.
+void apres_programmation(Context& c, int code, bool interrompu) {
+  Model& m = c.m;
+  std::string etat = issue_programmation(code, interrompu);
+  const bool reussie = code == 0 && !interrompu;
+  if (!reussie) {
+    if (std::string pourquoi = raison_echec(m.upload_report.text()); !pourquoi.empty()) etat += "\n" + pourquoi;
+  }
+  m.upload_status.set_text(etat);
+  // Whatever the board said before, it may run another firmware now: its
+  // greeting is waited for again.
+  c.s.carte_salue = -1;
+  ouvre_port(c);
+  const bool connectee = c.p.serial().is_open();
+  m.upload_status.set_text(etat + (connectee ? "\nLa carte est reconnectée et a reçu ses paramètres."
+                                             : "\nLe port ne s'ouvre plus : " + c.p.serial().last_error()));
+  m.upload_close.set_enabled(true);
+  if (reussie)
+    m.Label_defautP.set_text(connectee ? "Microprogramme à jour : carte reconnectée"
+                                       : "Microprogramme à jour, mais le port ne s'ouvre plus");
+  else
+    m.Label_defautP.set_text("Programmation échouée : voir la fenêtre de programmation");
+}
+}  // namespace
+
 void Prog_Click(Context& c, Carte carte) {
   Model& m = c.m;
   const std::string script = chemin_fichier_commande(c.s.dossier_appli);
@@ -135,15 +179,14 @@ void Prog_Click(Context& c, Carte carte) {
   rapport.on_output = [&m](const std::string& texte) {
     m.upload_report.set_text(m.upload_report.text() + lignes_unix(texte));
   };
-  rapport.on_end = [&m](int code, bool interrompu) {
-    m.upload_status.set_text(issue_programmation(code, interrompu));
-    m.upload_close.set_enabled(true);
-  };
+  rapport.on_end = [&c](int code, bool interrompu) { apres_programmation(c, code, interrompu); };
+  m.Label_defautP.set_text("Programmation en cours : ne pas débrancher la carte");
   if (!c.p.run_command_file(script, std::move(rapport))) {
     m.upload_status.set_text("Échec : le fichier de commande " + script + " n'a pas pu être lancé.");
     m.upload_close.set_enabled(true);
+    ouvre_port(c);
+    m.Label_defautP.set_text("Programmation impossible : voir la fenêtre de programmation");
   }
-  m.Label_defautP.set_text(kRelancer);
 }
 
 void install_upload(Context& c) {

@@ -2,7 +2,8 @@
 // a shell script that runs avrdude (from the distribution) on the port's
 // device, ask for confirmation, close the connection and run the script with
 // its report shown live in a window of its own, which stays open until the
-// operator closes it. The image is Brivel_uploader/Binaire/Brivel.cpp.hex in
+// operator closes it. When avrdude ends, the port opens again (the board
+// reset, its parameters pushed) and the window says what happened and why. The image is Brivel_uploader/Binaire/Brivel.cpp.hex in
 // the folder where Brivel keeps its files.
 #pragma once
 
@@ -37,6 +38,10 @@ std::optional<std::string> cherche_programme(std::string_view path_env, const st
 
 // avrdude's outcome in plain words.
 std::string issue_programmation(int code, bool interrompu);
+// Why avrdude failed, read from its report, in the operator's words (the
+// port, the bootloader or the board entry, the verification, the chip);
+// empty when the report says nothing known.
+std::string raison_echec(std::string_view rapport);
 
 void Prog_Click(Context& c, Carte carte);
 

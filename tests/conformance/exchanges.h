@@ -13,6 +13,7 @@ struct Exchange {
   bool send = false;  // '>' a line to write; '<' a reply awaited
   std::string bytes;  // with its line feed when sent; the reply's bytes ("?" any)
   int line = 0;
+  bool reset = false;  // '!' the board restarts (the port opened again)
 };
 
 inline std::vector<Exchange> read_exchanges(const std::string& path) {
@@ -24,7 +25,13 @@ inline std::vector<Exchange> read_exchanges(const std::string& path) {
     if (l.empty() || l[0] == '#') continue;
     const std::string rest = l.size() > 2 ? l.substr(2) : "";
     if (l[0] == '>') out.push_back({true, rest == "LF" ? "\n" : rest + "\n", n});
-    if (l[0] == '<') out.push_back({false, rest, n});
+    if (l[0] == '<') {
+      std::string want = rest;
+      for (const auto& [name, byte] : {std::pair<std::string, char>{"<ESC>", '\x1b'}, {"<LF>", '\n'}})
+        for (size_t at; (at = want.find(name)) != std::string::npos;) want.replace(at, name.size(), 1, byte);
+      out.push_back({false, want, n});
+    }
+    if (l[0] == '!') out.push_back({false, "", n, true});
   }
   return out;
 }

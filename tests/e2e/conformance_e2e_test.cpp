@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <utility>
 
 #include "conformance/exchanges.h"
 #include "e2e/child_process.h"
@@ -36,13 +37,28 @@ std::string read_for(int fd, size_t want, int ms) {
 TEST(Conformance, TheFirmwareAnswersTheTable) {
   TempHome home("conformance");
   auto sim = start_board(home, {MACHINE_SIM_EXE, "--firmware", FIRMWARE_ELF, "--log", home / "m.log"});
-  const int fd = ::open(home.port().c_str(), O_RDWR | O_NOCTTY);
+  // Each opening restarts the board, as a USB-serial bridge's DTR does.
+  auto open_port = [&home] {
+    const int fd = ::open(home.port().c_str(), O_RDWR | O_NOCTTY);
+    termios t{};
+    tcgetattr(fd, &t);
+    cfmakeraw(&t);
+    cfsetspeed(&t, B57600);
+    tcsetattr(fd, TCSANOW, &t);
+    return fd;
+  };
+  int fd = open_port();
   ASSERT_GE(fd, 0);
-  termios t{};
-  tcgetattr(fd, &t);
-  cfmakeraw(&t);
-  tcsetattr(fd, TCSANOW, &t);
+  bool opened = true;  // the first restart is the opening above
   for (const Exchange& e : read_exchanges(exchanges_path())) {
+    if (e.reset) {
+      if (!std::exchange(opened, false)) {
+        ::close(fd);
+        fd = open_port();
+        ASSERT_GE(fd, 0);
+      }
+      continue;
+    }
     if (e.send) {
       ASSERT_EQ(::write(fd, e.bytes.data(), e.bytes.size()), static_cast<ssize_t>(e.bytes.size()));
       continue;

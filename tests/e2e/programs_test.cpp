@@ -51,6 +51,9 @@ TEST(EndToEnd, ExitStatusAndMessagesOfThePrograms) {
   f.write("locked.txt", "print VitesseX\n");
   fs::permissions(f / "locked.txt", fs::perms::none);
   f.write("zz.faults", "B MY 1\nsilence ZZ 4\n");
+  f.write("bad.hex", ":107E0000112484B714BE81FFFDD085E080938100EB\n:00000001FF\n");  // checksum off by one
+  f.write("short.bin", std::string(100, '\xff'));
+  f.write("restart.faults", "reset hole 3\nunplug hole 0 2000\n");
   // Root reads any file: the locked one is tried by an ordinary user.
   std::vector<std::string> as_user;
   if (geteuid() == 0) as_user = {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
@@ -97,6 +100,17 @@ TEST(EndToEnd, ExitStatusAndMessagesOfThePrograms) {
       {{BRIVEL_EXE, "--demo"}, 2, "l'option --demo attend une valeur"},
       {{BRIVEL_EXE, "--version"}, 0, "", "brivel 0."},
       {with(no_display, {BRIVEL_EXE}), 1, "brivel : aucun affichage (ni DISPLAY ni WAYLAND_DISPLAY)"},
+#ifdef MACHINE_SIM_EXE
+      {{MACHINE_SIM_EXE, "--help"}, 0, "", "Usage : brivel-machine-sim"},
+      {{MACHINE_SIM_EXE, "--link", f / "c7", "--log", f / "m.log"}, 2, "il faut --link, --log et une image"},
+      {{MACHINE_SIM_EXE, "--bootloader", f / "bad.hex", "--link", f / "c7", "--log", f / "m.log"}, 2,
+       "bad.hex : ligne 1 : somme de contrôle fausse"},
+      {{MACHINE_SIM_EXE, "--flash", f / "short.bin", "--link", f / "c7", "--log", f / "m.log"}, 2,
+       "short.bin : 100 octets, 32768 attendus"},
+      {{MACHINE_SIM_EXE, "--faults", f / "restart.faults", "--flash", f / "x.bin", "--link", f / "c7", "--log",
+        f / "m.log"},
+       2, "ligne 2 : « unplug hole 0 2000 »"},
+#endif
   };
   for (const auto& c : cases) {
     const std::string what = c.argv.back() + " " + c.input;

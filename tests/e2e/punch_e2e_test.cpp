@@ -4,6 +4,8 @@
 // and the note table call for.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <set>
@@ -52,21 +54,28 @@ std::multiset<std::string> holes_called_for(const std::vector<std::string>& rows
   return out;
 }
 
+// The holes of the piece written to `mid`, from its rows as brivel-card
+// lists them.
+std::multiset<std::string> holes_of_the_piece(const TempHome& home, const std::string& mid) {
+  const std::string rows = home / "rows.txt";
+  ChildProcess card({BRIVEL_CARD_EXE, "--rows", rows, mid}, home.str());
+  EXPECT_EQ(card.wait_exit(60), 0) << card.err();
+  std::vector<std::string> lines;
+  std::ifstream in(rows);
+  for (std::string l; std::getline(in, l);) {
+    if (!l.empty() && l.back() == '\r') l.pop_back();
+    if (!l.empty()) lines.push_back(l);
+  }
+  return holes_called_for(lines);
+}
+
 // Straight through, and with a pause in which the operator moves the head
 // and the card by hand and searches the origin: the holes stand at the same
 // places, the one where the run stopped punched twice.
 TEST(EndToEnd, AWholePieceIsPunchedHoleForHole) {
   TempHome home("punch");
-  const std::string mid = home.write("piece.mid", piece()), rows = home / "rows.txt";
-  ChildProcess card({BRIVEL_CARD_EXE, "--rows", rows, mid}, home.str());
-  ASSERT_EQ(card.wait_exit(60), 0) << card.err();
-  std::vector<std::string> row_lines;
-  std::ifstream in(rows);
-  for (std::string l; std::getline(in, l);) {
-    if (!l.empty() && l.back() == '\r') l.pop_back();
-    if (!l.empty()) row_lines.push_back(l);
-  }
-  const auto expected = holes_called_for(row_lines);
+  const std::string mid = home.write("piece.mid", piece());
+  const auto expected = holes_of_the_piece(home, mid);
   ASSERT_GT(expected.size(), 15u);
 
   struct Case {
@@ -126,6 +135,144 @@ TEST(EndToEnd, AWholePieceIsPunchedHoleForHole) {
     EXPECT_EQ(got.size(), expected.size() + k.repeated + k.stray) << k.what;
   }
 }
+
+#if defined(MACHINE_SIM_EXE) && defined(OPTIBOOT_HEX)
+// The board's restarts and the bootloader's bytes, from the machine's notes.
+struct BootNotes {
+  int resets = 0, to_bootloader = 0;
+  std::vector<int> step_us;  // the X moves' step periods at the pins
+};
+BootNotes boot_notes(const BoardLog& log) {
+  BootNotes n;
+  for (const auto& l : log.lines) {
+    n.resets += l.find(" # reset (") != std::string::npos;
+    if (auto at = l.find(" octets reçus par le chargeur"); at != std::string::npos) {
+      const auto from = l.rfind(", ", at) + 2;
+      n.to_bootloader = std::stoi(l.substr(from, at - from));  // the last session's
+    }
+    if (auto at = l.find(" pas de "); l.find("# mouvement X") != std::string::npos && at != std::string::npos)
+      n.step_us.push_back(std::stoi(l.substr(at + 8)));
+  }
+  return n;
+}
+
+// The modem lines of the console (and of the avrdude it starts) reach the
+// simulated board; the sanitizers let the preload library in.
+struct ModemLines {
+  ModemLines() {
+    setenv("LD_PRELOAD", MODEM_LINES_SO, 1);
+    setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+  }
+  ~ModemLines() {
+    unsetenv("LD_PRELOAD");
+    unsetenv("ASAN_OPTIONS");
+  }
+};
+
+// A new board, nothing but its bootloader, flashed by "Programmation Atmega"
+// with the real avrdude, then a piece punched on it with an instrument far
+// from the firmware's defaults: every hole where that instrument puts it,
+// the steps at its speed, no byte of the console lost to the bootloader.
+// The board greets nothing until it is flashed: its first connection waits
+// for the greeting, then pushes to the bootloader.
+TEST(EndToEnd, ANewBoardIsFlashedThenPunches) {
+  struct Case {
+    const char* entry;
+    const char* bootloader;
+  } cases[] = {{"Prog_uno_rev3", OPTIBOOT_HEX}, {"Prog_duemilanove", ATMEGABOOT_HEX}};
+  for (const auto& k : cases) {
+    TempHome home("new-board");
+    const std::string mid = home.write("piece.mid", piece()), log = home / "machine.log";
+    // X counts from the origin switch: a board that missed "OX00300" would
+    // stop 300 steps short of where the console believes the head stands.
+    const auto expected = holes_of_the_piece(home, mid);
+    std::filesystem::create_directories(home.dir / "Brivel_uploader/Binaire");
+    std::filesystem::copy_file(FIRMWARE_HEX, home / "Brivel_uploader/Binaire/Brivel.cpp.hex");
+    auto sim = start_board(home, {MACHINE_SIM_EXE, "--bootloader", k.bootloader, "--flash", home / "flash.bin",
+                                  "--log", log});
+    ModemLines lines;
+    ChildProcess run({SCRIPT_EXE, "-"}, home.str(),
+                     kConnect + "answer yes\nclick " + k.entry +
+                         "\nwait Upload.status ~ Programmation réussie(.|\\n)*reconnectée(.|\\n)* 90\n"
+                         "expect Label_defautP = Microprogramme à jour : carte reconnectée\nexpect Shape1 = 10\n"
+                         "print Upload.report\nclick Upload.close\n"
+                         "set VitesseX 700\nset VitesseY 600\nset Text_origineX 300\n"
+                         "click fenetre_perforation\nanswer open " + mid +
+                         "\nclick Ouvre_midi\nwait Label_defautP ~ Prêt à perforer.*\nclick Command11\n"
+                         "expect Label_defautP = Perforation terminée\nquit\n");
+    EXPECT_EQ(run.wait_exit(240), 0) << k.entry << run.err();
+    EXPECT_EQ(sim->terminate(10), 0) << sim->err();
+    EXPECT_NE(run.out().find("bytes of flash verified"), std::string::npos) << k.entry << run.out();
+    const BoardLog board = read_board_log(log);
+    EXPECT_EQ(std::multiset<std::string>(board.holes.begin(), board.holes.end()), expected) << k.entry;
+    const BootNotes notes = boot_notes(board);
+    EXPECT_EQ(notes.to_bootloader, 0) << k.entry << ": the console's bytes reached the bootloader";
+    ASSERT_GT(notes.step_us.size(), 5u) << k.entry;
+    for (int us : notes.step_us) EXPECT_NEAR(us, 700, 2) << k.entry << ": the X steps at another speed";
+    for (const auto& l : board.lines) EXPECT_EQ(l.find("LOST"), std::string::npos) << k.entry << ": " << l;
+  }
+}
+
+// A board as sold, running our image, that restarts in the run: a brown-out
+// as its 5th hole is punched, the cable pulled for 2 s at the 12th. The
+// console sees it, suspends, gives the board its parameters again, and
+// "Continuer" re-registers: every hole at its place, the one under way
+// punched again there.
+TEST(EndToEnd, ABoardThatRestartsInTheRunMisplacesNoHole) {
+  struct Case {
+    const char* fault;
+    const char* seen;  // the script's wait for the suspension
+  } cases[] = {
+      {"reset hole 5\n", "wait Label_defaut = Carte réinitialisée 60\nwait Command12 = Continuer\n"},
+      {"unplug hole 12 2000\n", "wait Command12 = Continuer 60\nwait Shape1 = 12\nwait Shape1 = 10 30\n"},
+  };
+  for (const auto& k : cases) {
+    TempHome home("restart");
+    const std::string mid = home.write("piece.mid", piece()), log = home / "machine.log";
+    const auto expected = holes_of_the_piece(home, mid);
+    auto sim = start_board(home, {MACHINE_SIM_EXE, "--bootloader", OPTIBOOT_HEX, "--firmware", FIRMWARE_ELF, "--log",
+                                  log, "--faults", home.write("faults.txt", k.fault)});
+    ModemLines lines;
+    ChildProcess run({SCRIPT_EXE, "-"}, home.str(),
+                     kConnect + "set VitesseX 500\nset VitesseY 500\nclick fenetre_perforation\nanswer open " + mid +
+                         "\nclick Ouvre_midi\nwait Label_defautP ~ Prêt à perforer.*\nstart Command11\n" + k.seen +
+                         "click Command12\nfinish\nexpect Label_defautP = Perforation terminée\nquit\n");
+    EXPECT_EQ(run.wait_exit(240), 0) << k.fault << run.err();
+    EXPECT_EQ(sim->terminate(10), 0) << sim->err();
+    const BoardLog board = read_board_log(log);
+    const std::multiset<std::string> got(board.holes.begin(), board.holes.end());
+    std::set<std::string> places(got.begin(), got.end());
+    for (const auto& h : expected) EXPECT_EQ(places.count(h), 1u) << k.fault << ": missing " << h;
+    for (const auto& h : places) EXPECT_EQ(expected.count(h), 1u) << k.fault << ": misplaced " << h;
+    EXPECT_EQ(got.size(), expected.size() + 1) << k.fault << ": the hole under way punched again, no other";
+    EXPECT_GE(boot_notes(board).resets, 3) << k.fault;
+  }
+}
+
+// What is flashed and stored survives a night unplugged: the simulator
+// stopped and started again on its files, the image runs (it greets, the
+// lamps go green) and an EEPROM cell written before reads back.
+TEST(EndToEnd, FlashAndEepromSurviveAPowerCycle) {
+  TempHome home("power-cycle");
+  const std::vector<std::string> board = {MACHINE_SIM_EXE, "--bootloader", OPTIBOOT_HEX, "--flash",
+                                          home / "flash.bin", "--eeprom", home / "eeprom.bin", "--log",
+                                          home / "machine.log"};
+  std::vector<std::string> first = board;
+  first.insert(first.end(), {"--firmware", FIRMWARE_ELF});
+  ModemLines lines;
+  for (const auto& [args, script] :
+       {std::pair(first, "key Alt+E\nset EEPROM.adress 12\nclick EEPROM.Command1\nexpect EEPROM.value = 255\n"
+                         "set EEPROM.value 7\nclick EEPROM.Command2\nquit\n"),
+        std::pair(board, "key Alt+E\nset EEPROM.adress 12\nclick EEPROM.Command1\nexpect EEPROM.value = 7\nquit\n")}) {
+    auto sim = start_board(home, args);
+    ChildProcess run({SCRIPT_EXE, "-"}, home.str(), kConnect + script);
+    EXPECT_EQ(run.wait_exit(60), 0) << run.err();
+    EXPECT_EQ(sim->terminate(10), 0) << sim->err();
+    const BoardLog log = read_board_log(home / "machine.log");
+    EXPECT_EQ(log.count("cpxxxxx<LF>"), 1) << "the image ran and got its parameters";
+  }
+}
+#endif
 
 }  // namespace
 }  // namespace brivel::test

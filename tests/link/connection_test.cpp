@@ -105,5 +105,30 @@ TEST(Connection, ActionsAndDeviceEvents) {
   EXPECT_EQ(r.m.Label_defautP.text(), "");
 }
 
+// When the parameter push starts after the opening: at 902 ms (the reset pulse, its wait, two turns) for a board that
+// greets before, right after the greeting of one whose bootloader holds the line longer, and at 2400 ms for a
+// board that never greets, which keeps the 900 ms at its next connection.
+TEST(Connection, TheGreetingLeadsThePush) {
+  struct Case {
+    int greet_after_ms;
+    int64_t first_push_ms, second_push_ms;
+  } cases[] = {{1, 902, 902}, {1400, 1400, 1400}, {-1, 2400, 902}};
+  for (const auto& k : cases) {
+    LinkRig r;
+    r.peer.greet_after_ms = k.greet_after_ms;
+    for (const int64_t want : {k.first_push_ms, k.second_push_ms}) {
+      const auto before = r.mark();
+      const int64_t opened = r.p.now();
+      ASSERT_TRUE(r.connect(10));
+      const auto f = r.frames(before);
+      ASSERT_FALSE(f.empty());
+      EXPECT_EQ(f.front().bytes, "NUxxxxx\n");
+      EXPECT_EQ(f.front().at_ms - opened, want) << k.greet_after_ms;
+      EXPECT_EQ(f.size(), 7u) << k.greet_after_ms;
+      connexion_off(r.c);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace brivel::test

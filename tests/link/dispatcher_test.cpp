@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "link/connection.h"
 #include "link/frames.h"
 #include "link/line.h"
 #include "support/link_rig.h"
@@ -58,6 +59,23 @@ TEST(Waits, HowAWaitEnds) {
          r.p.at(t + 300, [&r] { r.p.sim_devices().removal_(); });
        },
        Attente::PortPerdu, 300, "", ""},
+      // The board's greeting is no reply: it ends the wait as a restart, and its pieces set no flag.
+      {"the board restarts under the wait", garbage(std::string(kSalutCarte)), Attente::CarteReinitialisee, 17,
+       kCarteReinitialisee, "la carte a redémarré pendant l'attente", kDelaiReponseMs,
+       [](Connected& r) {
+         EXPECT_FALSE(r.s.rep_B || r.s.rep_autre);
+         EXPECT_EQ(r.s.saluts, 2);  // the connection's and this one
+       }},
+      {"an ESC that starts no greeting gives back the replies behind it", garbage("\x1b" "BRA"), Attente::Reponse,
+       13, "", "", kDelaiReponseMs, [](Connected& r) { EXPECT_TRUE(r.s.salut_partiel.empty()); }},
+      {"a greeting that came while the run went on ends the next wait before its frame",
+       [](Connected& r, int64_t) {
+         r.s.reinit_a_signaler = true;
+         EXPECT_EQ(attend(r.c, [] { return false; }, 100), Attente::CarteReinitialisee);
+         r.s.reinit_a_signaler = true;
+       },
+       Attente::CarteReinitialisee, 0, "", "", kDelaiReponseMs,
+       [](Connected& r) { EXPECT_TRUE(r.frames().back().bytes != "MY00720\n"); }},
       {"a time-out across a wrap of the tick",
        [](Connected& r, int64_t) {
          r.peer.silent = true;

@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 
+#include "link/connection.h"
 #include "persistence/files/text_file.h"
 #include "run/engine/deferred.h"
 #include "support/punch_rig.h"
@@ -195,6 +196,31 @@ TEST(RunEngine, EveryFaultThenContinuer) {
     EXPECT_TRUE(minus(want, r.holes()).empty()) << k.script << ": a hole is missing";
     EXPECT_EQ(minus(r.holes(), want), k.extra) << k.script;
     EXPECT_EQ(r.s.etat_pause, 0) << k.script;
+  }
+}
+
+// A board that restarts under the run (a brown-out as the gauge reaches a line) forgets its parameters and
+// where the head stands: the run suspends on its greeting, the parameters go to it again, and "Continuer"
+// re-registers and punches every hole in its place.
+TEST(RunEngine, ABoardThatRestartsIsNoticedAndPutRight) {
+  for (const int line : {2, 9}) {
+    PieceRun r({}, [line](PieceRun& r) {
+      r.continue_after(1000);
+      r.at_line(line, [&r] {
+        r.peer.on_modem_lines(true, false, r.p.now());
+        r.peer.on_modem_lines(false, false, r.p.now());
+      });
+    });
+    EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée") << line;
+    EXPECT_EQ(r.continues, 1) << line;
+    EXPECT_NE(std::find(r.service.begin(), r.service.end(), kCarteReinitialisee), r.service.end()) << line;
+    EXPECT_EQ(count_of(r.f, "NUxxxxx\n"), 1) << line << ": the parameters pushed again";
+    EXPECT_EQ(r.board.parameters().at("OX"), 220) << line;
+    EXPECT_EQ(r.board.resets(), 2) << line;
+    EXPECT_TRUE(minus(reference_holes(), r.holes()).empty()) << line << ": a hole is missing";
+    for (const auto& h : minus(r.holes(), reference_holes()))
+      EXPECT_NE(std::find(reference_holes().begin(), reference_holes().end(), h), reference_holes().end())
+          << line << ": a hole out of place at " << h.first << "," << h.second;
   }
 }
 

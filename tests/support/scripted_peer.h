@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "link/frames.h"
 #include "platform/sim/sim_platform.h"
 
 namespace brivel::test {
@@ -27,7 +28,15 @@ class ScriptedPeer : public SerialPeer {
   std::vector<std::pair<int64_t, bool>> resets;  // (time, lines up)
 
   void on_bytes(std::string_view bytes, int64_t now) override;
-  void on_modem_lines(bool dtr, bool rts, int64_t now) override { resets.push_back({now, dtr || rts}); }
+  // Greets the line this long after a reset, as our firmware does once a
+  // bootloader lets it start; -1 never (another firmware).
+  int greet_after_ms = 1;
+  void on_modem_lines(bool dtr, bool rts, int64_t now) override {
+    const bool was_up = !resets.empty() && resets.back().second;
+    resets.push_back({now, dtr || rts});
+    if ((dtr || rts) && !was_up && greet_after_ms >= 0 && !silent)
+      p_.deliver(now + greet_after_ms, std::string(kSalutCarte));
+  }
 
  private:
   SimPlatform& p_;

@@ -176,6 +176,27 @@ TEST(Upload, CommandFilePerBoardAndOutcomeInPlainWords) {
             "Échec : avrdude s'est arrêté brutalement. Le microcontrôleur n'est peut-être pas programmé.");
 }
 
+// avrdude 7's own words for each failure a builder meets, and what the report window says of them.
+TEST(Upload, WhyAvrdudeFailedInTheOperatorsWords) {
+  const struct {
+    const char* report;
+    const char* said;  // the start of the reason; "" none
+  } cases[] = {
+      {"avrdude OS error: cannot open port /dev/ttyACM0: No such file or directory", "avrdude n'a pas pu ouvrir le port"},
+      {"avrdude: ser_open(): can't open device \"/dev/ttyUSB0\": Permission denied", "avrdude n'a pas pu ouvrir le port"},
+      {"avrdude: stk500_recv(): programmer is not responding\navrdude: stk500_getsync() attempt 1 of 10: not in sync",
+       "Le chargeur de la carte ne répond pas"},
+      {"avrdude: verification error, first mismatch at byte 0x0042", "La vérification a échoué"},
+      {"avrdude: device signature = 0x1e9514\navrdude: expected signature for ATmega328P is 1E 95 0F",
+       "La carte n'est pas un ATmega328P"},
+      {"avrdude: 3810 bytes of flash verified", ""},
+  };
+  for (const auto& k : cases) {
+    const std::string got = raison_echec(k.report);
+    EXPECT_EQ(*k.said ? got.substr(0, std::string(k.said).size()) : got, k.said) << k.report;
+  }
+}
+
 TEST(Upload, ProgramSearchedOnThePath) {
   const std::string dir = fs::temp_directory_path() / ("brivel-path-" + std::to_string(getpid()));
   write_file(dir + "/b/avrdude", "#!/bin/sh\n", true);

@@ -17,7 +17,10 @@ class BoardPeer : public SerialPeer {
   }
   void on_modem_lines(bool dtr, bool rts, int64_t now_ms) override {
     // The board restarts when the lines are raised.
-    if ((dtr || rts) && !(dtr_ || rts_)) board_.reset(now_ms);
+    if ((dtr || rts) && !(dtr_ || rts_)) {
+      BoardOutput salut = board_.reset(now_ms);
+      p_.deliver(salut.at_ms, std::move(salut.bytes));
+    }
     dtr_ = dtr;
     rts_ = rts;
   }
