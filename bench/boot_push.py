@@ -79,8 +79,10 @@ def push(build, boot, way):
         sim.wait()
         text = open(log, encoding="utf-8", errors="replace").read()
         received = sum(text.count(" > " + f.decode().replace("\n", "<LF>")) for f in PUSH)
-        to_boot = [int(n) for n in re.findall(r", (\d+) octets reçus par le chargeur", text)]
-        return first, received, to_boot[-1] if to_boot else 0
+        # Every bootloader session's bytes: those that ended in the
+        # application and those that ended in another reset.
+        to_boot = [int(n) for n in re.findall(r"(\d+) octets reçus", text)]
+        return first, received, sum(to_boot)
 
 
 def upload(build, boot, baud):
