@@ -28,18 +28,13 @@ constexpr const char* kUsage =
 // A script is a page of text.
 constexpr int64_t kTailleMaxScript = 1024 * 1024;
 
-// The quit sequence of a script ends this process only: several scripts may
-// run side by side, and none must end the others. A console that ends by
-// itself (the list too long) says why, and where the script was.
+// A console that ends by itself (the list too long) says why, and where the
+// script was. Its quit is the window's: this console only.
 class ScriptPlatform : public brivel::QtPlatform {
  public:
   brivel::QueuedDialogs dialogs;
   const brivel::ScriptRunner* runner = nullptr;
 
-  void end_processes(const std::string&) override {
-    std::fflush(nullptr);
-    _exit(0);
-  }
   void terminate_now() override {
     std::cerr << "brivel-script: la console s'est arrêtée d'elle-même";
     if (runner) std::cerr << ", ligne " << runner->line_number() << " : " << runner->line_text();

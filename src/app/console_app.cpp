@@ -96,7 +96,7 @@ void ConsoleApp::quitter_Click() {
   m.About.set_visible(false);
   m.EEPROM.set_visible(false);
   m.Brivel.set_visible(false);
-  p.end_processes(kImageName);
+  p.end_console();
 }
 
 }  // namespace brivel

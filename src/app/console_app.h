@@ -40,7 +40,7 @@ class ConsoleApp {
   // flags. Nothing else happens until the operator acts.
   void Form_Load();
   // The quit sequence; also the menu entry "Quitter". Ends in
-  // Platform::end_processes, which does not return in the real program.
+  // Platform::end_console, which does not return in the real program.
   void quitter_Click();
   // The window is being closed by any road.
   void Form_QueryUnload() { quitter_Click(); }
@@ -52,8 +52,5 @@ class ConsoleApp {
   std::map<Element*, int> timer_ids_;
   int observer_ = 0;
 };
-
-// The name of the program's image, whose processes the quit sequence ends.
-inline constexpr const char* kImageName = "brivel";
 
 }  // namespace brivel

@@ -124,9 +124,10 @@ class Platform : public EventLoop {
   };
   virtual bool run_command_file(const std::string& /*path*/, CommandReport /*report*/) { return false; }
 
-  // Ends every process of this program's own image for this user, the
-  // calling one last. Does not return in the real program.
-  virtual void end_processes(const std::string& image) = 0;
+  // Ends this console's own process, and a run on its stack with it;
+  // another console of the same user, driving another punch, lives on. Does
+  // not return in the real program.
+  virtual void end_console() = 0;
   // Ends this process at once, without any quit sequence.
   virtual void terminate_now() = 0;
 

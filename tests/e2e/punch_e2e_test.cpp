@@ -4,6 +4,7 @@
 // and the note table call for.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +17,8 @@
 
 namespace brivel::test {
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 // Division 480 at the default tempo (a tick is 1.04 ms): a held note, a
 // chord of two short notes, a note of half a second after it, and a note
@@ -134,6 +137,41 @@ TEST(EndToEnd, AWholePieceIsPunchedHoleForHole) {
     EXPECT_EQ(stray, k.stray) << k.what;
     EXPECT_EQ(got.size(), expected.size() + k.repeated + k.stray) << k.what;
   }
+}
+
+// Two punches driven from one computer: a console that quits ends only
+// itself, and the other's run goes on to its last hole; a third console is
+// refused the port that one of them holds, and told who holds it.
+TEST(EndToEnd, QuittingOneConsoleLeavesTheOtherPunching) {
+  TempHome home("two-punches");
+  const std::string mid = home.write("piece.mid", piece()), log = home / "board7.log";
+  const auto expected = holes_of_the_piece(home, mid);
+  auto board7 = start_board(home, {BOARD_SIM_EXE, "--log", log, "--realistic"});
+  ChildProcess board8({BOARD_SIM_EXE, "--link", home / "ports/com8", "--instant"}, home.str());
+  ASSERT_TRUE(board8.read_until("ready", 10)) << board8.err();
+  ChildProcess punching({SCRIPT_EXE, "-"}, home.str(),
+                        kConnect + "click fenetre_perforation\nanswer open " + mid +
+                            "\nclick Ouvre_midi\nwait Label_defautP ~ Prêt à perforer.*\nclick Command11\n"
+                            "expect Label_defautP = Perforation terminée\nquit\n");
+  auto holes = [&] { return read_board_log(log).holes.size(); };
+  for (const auto deadline = Clock::now() + std::chrono::seconds(30); holes() < 2 && Clock::now() < deadline;)
+    punching.read_until("\n", 0.05);
+  ASSERT_GE(holes(), 2u) << punching.err();
+  ChildProcess refused({SCRIPT_EXE, "-"}, home.str(),
+                       "click fenetre_moteurs\nset AdressePort 7\nexpect Shape1 = 12\nquit\n");
+  EXPECT_EQ(refused.wait_exit(30), 0) << refused.err();
+  EXPECT_NE(refused.err().find("déjà utilisé par brivel-script (processus " + std::to_string(punching.pid()) +
+                               ") : une autre console pilote cette machine"),
+            std::string::npos)
+      << refused.err();
+  ChildProcess quitting({SCRIPT_EXE, "-"}, home.str(),
+                        "click fenetre_moteurs\nset AdressePort 8\nwait Shape1 = 10\nquit\n");
+  EXPECT_EQ(quitting.wait_exit(30), 0) << quitting.err();
+  EXPECT_LT(holes(), expected.size()) << "the other run was still going when this console quit";
+  EXPECT_EQ(punching.wait_exit(120), 0) << punching.err();
+  const auto got = read_board_log(log).holes;
+  EXPECT_EQ(std::multiset<std::string>(got.begin(), got.end()), expected);
+  board8.terminate(10);
 }
 
 #if defined(MACHINE_SIM_EXE) && defined(OPTIBOOT_HEX)

@@ -57,30 +57,17 @@ TEST(Devices, UdevEventsOfTheTtySubsystem) {
   fs::remove_all(ports);
 }
 
-TEST(EndProcesses, OnlyThisImageAndThisUserAndNotTheCaller) {
-  // A fake /proc: 10 and 11 run our image, 12 another one, 13 ours but is
-  // the caller itself, 14 has no readable executable, "self" and "net" are no
-  // processes at all.
-  fs::path proc = fresh_dir("proc");
-  const fs::path self_exe = proc / "brivel";
-  std::ofstream(self_exe) << "x";
-  std::ofstream(proc / "other") << "y";
-  fs::create_directories(proc / "net");
-  for (auto [d, exe] : {std::pair{"10", self_exe},
-                        {"11", self_exe},
-                        {"12", proc / "other"},
-                        {"13", self_exe},
-                        {"14", proc / "gone"},
-                        {"self", self_exe}}) {
-    fs::create_directories(proc / d);
-    fs::create_symlink(exe, proc / d / "exe");
-  }
-  auto pids = processes_of_image(proc.string(), self_exe.string(), getuid(), 13);
-  std::sort(pids.begin(), pids.end());
-  EXPECT_EQ(pids, (std::vector<pid_t>{10, 11}));
-  EXPECT_TRUE(processes_of_image(proc.string(), self_exe.string(), getuid() + 1, 13).empty()) << "another user's";
-  EXPECT_TRUE(processes_of_image(proc.string(), (proc / "missing").string(), getuid(), 13).empty());
-  fs::remove_all(proc);
+// Who holds a port: the flock on its device, as /proc/locks lists it (major and minor in hex).
+TEST(PortHolder, TheFlockOnTheDeviceNamesItsProcess) {
+  const std::string locks =
+      "1: POSIX  ADVISORY  WRITE 77 00:19:6 0 EOF\n"
+      "2: FLOCK  ADVISORY  WRITE 4242 00:1a:6 0 EOF\n"
+      "2: -> FLOCK  ADVISORY  WRITE 5151 00:1a:6 0 EOF\n"
+      "3: FLOCK  ADVISORY  WRITE 99 00:1a:7 0 EOF\n";
+  EXPECT_EQ(flock_holder(locks, 0, 0x1a, 6), 4242);
+  EXPECT_EQ(flock_holder(locks, 0, 0x19, 6), 0) << "a POSIX lock is not a console's";
+  EXPECT_EQ(flock_holder(locks, 0, 0x1a, 8), 0);
+  EXPECT_EQ(flock_holder("garbage\n\n", 0, 0x1a, 6), 0);
 }
 
 // One QCoreApplication for every test that turns the loop.

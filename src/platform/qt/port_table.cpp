@@ -2,8 +2,10 @@
 
 #include <sys/stat.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <system_error>
 
 namespace brivel {
@@ -46,23 +48,21 @@ int port_number_of_device(const std::string& devnode, const std::string& ports_f
   return 0;
 }
 
-std::vector<pid_t> processes_of_image(const std::string& proc_root, const std::string& self_exe, uid_t uid,
-                                      pid_t self) {
-  std::vector<pid_t> out;
-  struct stat me {};
-  if (stat(self_exe.c_str(), &me) != 0) return out;
-  std::error_code ec;
-  for (const auto& entry : fs::directory_iterator(proc_root, ec)) {
-    std::string name = entry.path().filename().string();
-    if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) continue;
-    pid_t pid = static_cast<pid_t>(std::atol(name.c_str()));
-    if (pid == self) continue;
-    struct stat exe {}, dir {};
-    if (stat((entry.path() / "exe").c_str(), &exe) != 0) continue;
-    if (stat(entry.path().c_str(), &dir) != 0) continue;
-    if (exe.st_dev == me.st_dev && exe.st_ino == me.st_ino && dir.st_uid == uid) out.push_back(pid);
+pid_t flock_holder(const std::string& proc_locks, unsigned dev_major, unsigned dev_minor, unsigned long ino) {
+  // "1: FLOCK  ADVISORY  WRITE 4242 00:19:6 0 EOF"; a waiter's line has "->".
+  std::istringstream lines(proc_locks);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream w(line);
+    std::string n, kind, mode, access, where;
+    long pid = 0;
+    if (!(w >> n >> kind >> mode >> access >> pid >> where) || kind != "FLOCK") continue;
+    unsigned maj = 0, min = 0;
+    unsigned long node = 0;
+    if (std::sscanf(where.c_str(), "%x:%x:%lu", &maj, &min, &node) == 3 && maj == dev_major && min == dev_minor &&
+        node == ino)
+      return static_cast<pid_t>(pid);
   }
-  return out;
+  return 0;
 }
 
 }  // namespace brivel

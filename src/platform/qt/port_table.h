@@ -20,10 +20,9 @@ std::string port_device_path(int n, const std::string& ports_folder);
 // The port number of a device node (as udev reports it), or 0 if it has none.
 int port_number_of_device(const std::string& devnode, const std::string& ports_folder);
 
-// Processes to end on quitting: those whose executable is the same file as
-// `self_exe` and that belong to `uid`, read from a /proc-like folder; the
-// caller's own pid is left out (it goes last, by its own hand).
-std::vector<pid_t> processes_of_image(const std::string& proc_root, const std::string& self_exe, uid_t uid,
-                                      pid_t self);
+// The process that holds a whole-file lock (flock) on the file `ino` of the
+// file system `dev_major`:`dev_minor`, read from the text of /proc/locks; 0
+// when none does. A console holds its port's device so.
+pid_t flock_holder(const std::string& proc_locks, unsigned dev_major, unsigned dev_minor, unsigned long ino);
 
 }  // namespace brivel

@@ -215,8 +215,9 @@ bool QtPlatform::run_command_file(const std::string& path, CommandReport report)
   return true;
 }
 
-void QtPlatform::end_processes(const std::string&) {
-  for (pid_t pid : processes_of_image("/proc", "/proc/self/exe", getuid(), getpid())) kill(pid, SIGTERM);
+void QtPlatform::end_console() {
+  // An avrdude still writing the board is left to finish: killed, it would
+  // leave the chip half programmed.
   std::fflush(nullptr);
   _exit(0);
 }

@@ -36,7 +36,7 @@ class QtPlatform : public Platform {
   bool open_document(const std::string& path_or_url) override;
   bool start_command_file(const std::string& path) override;
   bool run_command_file(const std::string& path, CommandReport report) override;
-  void end_processes(const std::string& image) override;
+  void end_console() override;
   void terminate_now() override;
   std::optional<std::string> env(const std::string& name) override;
 

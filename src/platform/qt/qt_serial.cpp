@@ -1,13 +1,17 @@
 #include "platform/qt/qt_serial.h"
 
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <QMetaEnum>
 #include <QMetaObject>
 #include <cerrno>
+#include <fstream>
+#include <iterator>
 
 #include "platform/qt/line_settings.h"
 #include "platform/qt/port_table.h"
@@ -19,6 +23,24 @@ std::string port_error_text(QSerialPort::SerialPortError e) {
   return key ? key : std::to_string(static_cast<int>(e));
 }
 
+namespace {
+// Who holds the port's device, in words: the console or program that took
+// its flock.
+std::string holder_of(const std::string& path) {
+  struct stat st {};
+  std::ifstream locks("/proc/locks");
+  const std::string text((std::istreambuf_iterator<char>(locks)), std::istreambuf_iterator<char>());
+  if (::stat(path.c_str(), &st) != 0) return "un autre programme";
+  const pid_t pid = flock_holder(text, major(st.st_dev), minor(st.st_dev), st.st_ino);
+  if (pid == 0) return "un autre programme";
+  std::ifstream comm("/proc/" + std::to_string(pid) + "/comm");
+  std::string name;
+  std::getline(comm, name);
+  const std::string who = (name.empty() ? std::string("le processus") : name) + " (processus " + std::to_string(pid) + ")";
+  return name.rfind("brivel", 0) == 0 ? who + " : une autre console pilote cette machine" : who;
+}
+}  // namespace
+
 std::string open_failure_reason(const std::string& path, QSerialPort::SerialPortError e) {
   struct stat st {};
   if (::stat(path.c_str(), &st) != 0)
@@ -29,7 +51,7 @@ std::string open_failure_reason(const std::string& path, QSerialPort::SerialPort
   switch (e) {
     case QSerialPort::PermissionError:
     case QSerialPort::OpenError:
-      return "déjà utilisé par un autre programme";
+      return "déjà utilisé par " + holder_of(path);
     case QSerialPort::DeviceNotFoundError:
       return "le périphérique n'existe pas (carte débranchée ?)";
     case QSerialPort::UnsupportedOperationError:
@@ -101,8 +123,14 @@ bool QtSerialPort::open() {
   }
   // The serial library claims the line for itself (TIOCEXCL); on a
   // pseudo-terminal that claim outlives a killed program and would keep a
-  // restarted one out, so we don't rely on it.
+  // restarted one out, so we don't rely on it. The console's own claim is a
+  // flock on the device, whatever link names it, gone with the process.
   ioctl(port_.handle(), TIOCNXCL);
+  if (::flock(port_.handle(), LOCK_EX | LOCK_NB) != 0) {
+    port_.close();
+    error_ = port_label() + " : déjà utilisé par " + holder_of(path);
+    return false;
+  }
   ++opening_;
   buffer_.clear();
   error_.clear();

@@ -159,7 +159,7 @@ bool SimPlatform::run_command_file(const std::string& path, CommandReport report
   return true;
 }
 
-void SimPlatform::end_processes(const std::string&) { throw SimProcessEnded(true); }
+void SimPlatform::end_console() { throw SimProcessEnded(true); }
 
 void SimPlatform::terminate_now() { throw SimProcessEnded(false); }
 

@@ -28,7 +28,7 @@
 
 namespace brivel {
 
-// Thrown by the simulated end_processes() and terminate_now(): the program
+// Thrown by the simulated end_console() and terminate_now(): the program
 // ends there, so the stack unwinds to the test.
 struct SimProcessEnded : std::runtime_error {
   explicit SimProcessEnded(bool quit_sequence)
@@ -135,7 +135,7 @@ class SimPlatform : public Platform {
   bool open_document(const std::string& path) override;
   bool start_command_file(const std::string& path) override;
   bool run_command_file(const std::string& path, CommandReport report) override;
-  void end_processes(const std::string& image) override;
+  void end_console() override;
   void terminate_now() override;
   std::optional<std::string> env(const std::string& name) override;
 
