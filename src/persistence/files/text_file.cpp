@@ -48,6 +48,17 @@ bool ecrit_temporaire(const std::string& tmp, const std::string& bytes) {
   return ok && closed;
 }
 
+}  // namespace
+
+bool sync_dossier_de(const std::string& path) {
+  const std::string dossier = std::filesystem::path(path).parent_path().string();
+  const int fd = ::open(dossier.empty() ? "." : dossier.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return false;
+  const bool ok = ::fsync(fd) == 0;
+  return ::close(fd) == 0 && ok;
+}
+
+namespace {
 // The one write prepared ahead (one console, one thread hands them over).
 struct Preparee {
   std::string path, bytes;
@@ -66,7 +77,7 @@ bool termine_preparee(const std::string& path, const std::string* bytes) {
   const bool pret = p.pret.get();
   if (pret && bytes && p.bytes == *bytes && std::rename(tmp.c_str(), path.c_str()) == 0) {
     ++g_bilan.renommees;
-    return true;
+    return sync_dossier_de(path);
   }
   if (pret) ::unlink(tmp.c_str());
   ++g_bilan.perdues;
@@ -89,7 +100,7 @@ bool ecrit_fichier_atomique(const std::string& path, const std::string& bytes) {
     ::unlink(tmp.c_str());
     return false;
   }
-  return true;
+  return sync_dossier_de(path);
 }
 
 std::optional<std::string> lit_fichier_octets(const std::string& path, std::size_t max_bytes) {

@@ -20,6 +20,10 @@ std::string texte_fichier(const std::vector<std::string>& lines);
 // whole. False on any failure; the old file is then left as it was.
 bool ecrit_fichier_atomique(const std::string& path, const std::string& bytes);
 
+// Syncs the folder of `path`: its rename or its creation is then on the
+// disk too, not only its bytes. False when the folder can't be synced.
+bool sync_dossier_de(const std::string& path);
+
 // Begins, on a thread of its own, the write of `bytes` to `path` that the
 // program expects to make next: the temporary file is written and flushed
 // to the disk while the program goes on. The next ecrit_fichier_atomique of

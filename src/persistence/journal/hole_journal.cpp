@@ -13,6 +13,7 @@
 
 #include "core/cp1252.h"
 #include "core/numbers.h"
+#include "persistence/files/text_file.h"
 
 namespace brivel {
 
@@ -88,13 +89,15 @@ std::string read_journal(const std::string& path) {
 }
 
 bool append_durably(const std::string& path, const std::string& line) {
+  // A journal made now is on the disk only once its folder lists it.
+  const bool nouveau = ::access(path.c_str(), F_OK) != 0;
   const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
   if (fd < 0) return false;
   const std::string bytes = utf8_to_cp1252(line) + "\r\n";
   // One write: a crash leaves the journal without the line or with part of
   // it, never with a line of another hole in the middle.
   const bool ok = ::write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()) && ::fdatasync(fd) == 0;
-  return ::close(fd) == 0 && ok;
+  return ::close(fd) == 0 && ok && (!nouveau || sync_dossier_de(path));
 }
 
 HoleJournal::HoleJournal(Context& c) : c_(c) {
