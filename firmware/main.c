@@ -7,6 +7,7 @@
 #include <avr/io.h>
 #include <avr/wdt.h>
 
+#include "config.h"
 #include "pins.h"
 #include "protocol.h"
 #include "steps.h"
@@ -25,26 +26,46 @@ static uint32_t now_ms(void) {
 }
 
 /* --- What the program set ----------------------------------------------- */
-static uint16_t px_us = 5000, py_us = 7500; /* step durations */
+static uint16_t px_us = DEFAULT_X_STEP_US, py_us = DEFAULT_Y_STEP_US; /* step durations */
 static uint16_t ox_steps = 0;               /* origin point to the card's edge */
-static uint16_t iz_ms = 2, mz_ms = 12;      /* punch pulse and delay, ms */
+static uint16_t iz_ms = DEFAULT_PULSE_MS, mz_ms = DEFAULT_DELAY_MS; /* punch pulse and delay */
 static bool two_sensors = false;            /* "CP": no punch-low nor rotary sensor */
 static uint16_t eeprom_address = 0;
 static struct proto line;
 
-#define UNMASKED(pin, bit) (((pin) & _BV(bit)) != 0)
+#define PIN_HIGH(pin, bit) (((pin) & _BV(bit)) != 0)
+#define UNMASKED(pin, bit) (PIN_HIGH(pin, bit) == (SENSOR_HIGH_WHEN_UNMASKED != 0))
 static bool punch_high(void) { return UNMASKED(PUNCH_HIGH_PIN, PUNCH_HIGH_BIT); }
 static bool punch_low(void) { return UNMASKED(PUNCH_LOW_PIN, PUNCH_LOW_BIT); }
 static bool rotary(void) { return UNMASKED(ROTARY_PIN, ROTARY_BIT); }
 static bool linear(void) { return UNMASKED(LINEAR_PIN, LINEAR_BIT); }
-static bool switch_pressed(void) { return !UNMASKED(SWITCH_PIN, SWITCH_BIT); }
+static bool switch_pressed(void) { return PIN_HIGH(SWITCH_PIN, SWITCH_BIT) != (SWITCH_LOW_WHEN_PRESSED != 0); }
 /* The punch at rest: up, and in four-sensor mode its crank at rest too. */
 static bool at_rest(void) { return punch_high() && (two_sensors || rotary()); }
 
 static void reply(char c) { uart_put((uint8_t)c); }
 
+static void select_half_steps(bool half) {
+  if (half == (HALF_STEP_SELECT_HIGH != 0))
+    HALF_PORT |= _BV(HALF_BIT);
+  else
+    HALF_PORT &= (uint8_t)~_BV(HALF_BIT);
+}
+
+/* "ZXxxxxx" frames the main loop has read; while the receive interrupt has
+ * seen more, a cancel came after the command under way: its move stops (the
+ * interrupt stopped it already) or is not begun, and the command answers at
+ * once as a finished one does, counting what it made. */
+static uint8_t cancels_read;
+static bool cancelled(void) { return uart_cancels_seen != cancels_read; }
+
+static void start_steps(enum axis a, uint32_t count, uint16_t period_us) {
+  steps_start(a, cancelled() ? 0 : count, period_us); /* 0: counters cleared, nothing moves */
+}
+
 static void wait_steps(void) {
-  while (steps_busy()) wdt_reset();
+  while (steps_busy() && !cancelled()) wdt_reset();
+  steps_stop();
 }
 
 /* --- Moves ---------------------------------------------------------------- */
@@ -53,16 +74,19 @@ static void move_x(bool positive, bool half, uint32_t count) {
     reply('B');
     return;
   }
-  if (half)
-    HALF_PORT |= _BV(HALF_BIT);
-  else
-    HALF_PORT &= (uint8_t)~_BV(HALF_BIT);
+  select_half_steps(half);
   if (positive)
     X_DIR_PORT |= _BV(X_DIR_BIT);
   else
     X_DIR_PORT &= (uint8_t)~_BV(X_DIR_BIT);
-  steps_start(AXIS_X, count, px_us);
+  start_steps(AXIS_X, count, px_us);
   wait_steps();
+  /* Cut short, the move is answered as done: what it lost is mended by
+   * the re-registration that follows a cancel. */
+  if (cancelled()) {
+    reply('A');
+    return;
+  }
   /* The linear sensor changes at every full step the head really makes. */
   const uint32_t full = half ? count / 2 : count;
   const uint32_t seen = steps_linear_transitions();
@@ -88,7 +112,7 @@ static void move_y(bool forward, uint32_t count) {
     Y_DIR_PORT |= _BV(Y_DIR_BIT);
   else
     Y_DIR_PORT &= (uint8_t)~_BV(Y_DIR_BIT);
-  steps_start(AXIS_Y, count, py_us);
+  start_steps(AXIS_Y, count, py_us);
   wait_steps();
   reply('A');
 }
@@ -99,24 +123,22 @@ static void origin_search(bool half) {
     reply('B');
     return;
   }
-  if (half)
-    HALF_PORT |= _BV(HALF_BIT);
-  else
-    HALF_PORT &= (uint8_t)~_BV(HALF_BIT);
+  select_half_steps(half);
   X_DIR_PORT &= (uint8_t)~_BV(X_DIR_BIT);
   uint32_t count = 0;
   if (!switch_pressed()) {
-    steps_start(AXIS_X, 60000, px_us);
-    while (steps_busy() && !switch_pressed()) wdt_reset();
+    start_steps(AXIS_X, ORIGIN_SEARCH_MAX_STEPS, px_us);
+    while (steps_busy() && !switch_pressed() && !cancelled()) wdt_reset();
     steps_stop();
     count = steps_done();
-    if (!switch_pressed()) {
+    if (!switch_pressed() && !cancelled()) {
       reply('B'); /* no switch within the longest travel: look at the machine */
       return;
     }
   }
+  /* Cut short, it counts the steps it made back and goes no further. */
   X_DIR_PORT |= _BV(X_DIR_BIT);
-  steps_start(AXIS_X, ox_steps, px_us);
+  start_steps(AXIS_X, ox_steps, px_us);
   wait_steps();
   char five[5];
   proto_five_digits(count, five);
@@ -158,9 +180,9 @@ static void punch_cycle(bool automatic) {
   if (automatic) {
     /* Driven until the crank leaves its rest, then back to rest. */
     punch_on();
-    const bool away = wait_until(crank_away, 100);
+    const bool away = wait_until(crank_away, AUTO_CYCLE_TRIP_MS);
     punch_off();
-    ok = away && wait_until(back_at_rest, 500);
+    ok = away && wait_until(back_at_rest, AUTO_CYCLE_RETURN_MS);
   } else {
     /* The pulse and the delay the program set, then the punch must be back. */
     punch_on();
@@ -212,7 +234,10 @@ static void frame(void) {
   else if (proto_is(&line, 'o', 'R')) origin_search(true);
   else if (proto_is(&line, 'O', 'N')) reply(at_rest() ? 'A' : 'B');
   else if (proto_is(&line, 'V', 'D')) detectors();
-  else if (proto_is(&line, 'Z', 'X')) steps_stop();
+  else if (proto_is(&line, 'Z', 'X')) {
+    steps_stop();
+    ++cancels_read;
+  }
   else if (proto_is(&line, 'r', 'd')) {
     eeprom_address = (uint16_t)(v % 1024);
     reply((char)eeprom_read_byte((const uint8_t*)(uintptr_t)eeprom_address));

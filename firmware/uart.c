@@ -3,6 +3,8 @@
 #include <avr/interrupt.h>
 #include <avr/io.h>
 
+#include "steps.h"
+
 /* 64 bytes: eight frames, more than the program ever sends ahead of a reply. */
 #define RX_SIZE 64
 static volatile uint8_t rx[RX_SIZE];
@@ -18,8 +20,24 @@ void uart_init(void) {
   UCSR0B = _BV(RXEN0) | _BV(TXEN0) | _BV(RXCIE0);
 }
 
+volatile uint8_t uart_cancels_seen;
+
+/* The line's last bytes, to know a "ZXxxxxx" frame at its line feed. */
+static uint8_t tail[7];
+static const uint8_t cancel_frame[7] = {'Z', 'X', 'x', 'x', 'x', 'x', 'x'};
+
 ISR(USART_RX_vect) {
   const uint8_t b = UDR0;
+  if (b == '\n') {
+    uint8_t i = 0;
+    while (i < 7 && tail[i] == cancel_frame[i]) ++i;
+    if (i == 7) {
+      steps_stop();
+      ++uart_cancels_seen;
+    }
+  }
+  for (uint8_t i = 0; i < 6; ++i) tail[i] = tail[i + 1];
+  tail[6] = b;
   const uint8_t next = (uint8_t)((rx_head + 1) % RX_SIZE);
   if (next != rx_tail) {
     rx[rx_head] = b;

@@ -12,4 +12,10 @@ bool uart_get(uint8_t* b);
 void uart_put(uint8_t b);
 void uart_write(const char* s, uint8_t n);
 
+/* "ZXxxxxx" frames whose line feed the receive interrupt has seen. The
+ * interrupt stops any move the moment one comes (steps_stop), as the frame
+ * must act at once; the main loop still reads the frame in its turn. A
+ * command is cancelled while more have come than the main loop has read. */
+extern volatile uint8_t uart_cancels_seen;
+
 #endif

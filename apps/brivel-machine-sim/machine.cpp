@@ -1,9 +1,12 @@
 #include "machine.h"
 
+#include <algorithm>
 #include <cmath>
 #include <sstream>
 
 #include "board/board_log.h"
+#include "config.h"
+#include "pin_table.h"
 
 extern "C" {
 #include <simavr/avr_ioport.h>
@@ -14,6 +17,13 @@ extern "C" {
 namespace brivel::machinesim {
 
 namespace {
+
+// A pin of the table the firmware is built from: its port's letter, its bit.
+#define PIN(name) PORT_LETTER_CHAR(name), name##_BIT
+// The levels as the firmware's builder chose them (config.h).
+bool lit(bool unmasked) { return unmasked == (SENSOR_HIGH_WHEN_UNMASKED != 0); }
+bool switch_level(bool pressed) { return pressed != (SWITCH_LOW_WHEN_PRESSED != 0); }
+bool half_selected(bool level) { return level == (HALF_STEP_SELECT_HIGH != 0); }
 
 constexpr int kTripMs = 5;  // the clutch's shortest pulse
 // The crank's revolution, ms from the trip: leaves rest, punch high masked,
@@ -97,16 +107,16 @@ Machine::Machine(avr_t* avr, const Faults& faults, std::ostream& log) : avr_(avr
   avr_irq_register_notify(
       avr_io_getirq(avr_, AVR_IOCTL_UART_GETIRQ('0'), UART_IRQ_OUTPUT),
       [](avr_irq_t*, uint32_t v, void* p) { static_cast<Machine*>(p)->tx_byte(static_cast<uint8_t>(v)); }, this);
-  avr_irq_register_notify(avr_io_getirq(avr_, AVR_IOCTL_IOPORT_GETIRQ('D'), 2),
+  avr_irq_register_notify(avr_io_getirq(avr_, AVR_IOCTL_IOPORT_GETIRQ(PORT_LETTER_CHAR(X_STEP)), X_STEP_BIT),
                           [](avr_irq_t*, uint32_t v, void* p) { static_cast<Machine*>(p)->x_step(v != 0); }, this);
-  avr_irq_register_notify(avr_io_getirq(avr_, AVR_IOCTL_IOPORT_GETIRQ('D'), 3),
+  avr_irq_register_notify(avr_io_getirq(avr_, AVR_IOCTL_IOPORT_GETIRQ(PORT_LETTER_CHAR(Y_STEP)), Y_STEP_BIT),
                           [](avr_irq_t*, uint32_t v, void* p) { static_cast<Machine*>(p)->y_step(v != 0); }, this);
-  avr_irq_register_notify(avr_io_getirq(avr_, AVR_IOCTL_IOPORT_GETIRQ('B'), 4),
+  avr_irq_register_notify(avr_io_getirq(avr_, AVR_IOCTL_IOPORT_GETIRQ(PORT_LETTER_CHAR(PUNCH)), PUNCH_BIT),
                           [](avr_irq_t*, uint32_t v, void* p) { static_cast<Machine*>(p)->punch_pin(v != 0); }, this);
   // The punch at rest: up, its crank at rest, not down.
-  set_input('B', 3, !f_.mask_high);
-  set_input('C', 1, !f_.mask_rotary);
-  set_input('B', 2, false);
+  set_input(PIN(PUNCH_HIGH), lit(!f_.mask_high));
+  set_input(PIN(ROTARY), lit(!f_.mask_rotary));
+  set_input(PIN(PUNCH_LOW), lit(false));
   update_x_sensors();
 }
 
@@ -145,28 +155,35 @@ bool Machine::out_pin(char port, int bit) const {
 
 void Machine::update_x_sensors() {
   const int64_t full = x_half_ >= 0 ? x_half_ / 2 : -((-x_half_ + 1) / 2);
-  set_input('C', 0, !f_.mask_linear && full % 2 == 0);
+  set_input(PIN(LINEAR), lit(!f_.mask_linear && full % 2 == 0));
   // The switch closes to ground at the switch point and below it.
-  set_input('B', 1, f_.mask_switch || x_half_ > 0);
+  set_input(PIN(SWITCH), switch_level(!f_.mask_switch && x_half_ <= 0));
 }
 
 void Machine::x_step(bool high) {
-  if (!high || out_pin('B', 0)) return;  // rising edges with the drivers powered
+  if (!high || out_pin(PIN(ENABLE))) return;  // rising edges with the drivers powered
   last_activity_ = avr_->cycle;
-  if (avr_->cycle - last_x_pulse_ > 20ull * avr_->frequency / 1000) {
+  // A new move: a pause of 20 ms, or of twice the steps' own period for
+  // slower moves.
+  const uint64_t gap = avr_->cycle - last_x_pulse_;
+  if (gap > std::max<uint64_t>(20ull * avr_->frequency / 1000, 2 * last_gap_)) {
     log_move();
+    last_gap_ = 0;
     ++moves_;
     slip_left_ = moves_ == f_.slip_move ? f_.slip_steps : 0;
     if (slip_left_) log_line('#', "slip " + std::to_string(slip_left_) + " pas, mouvement " + std::to_string(moves_));
   }
-  if (move_pulses_++ == 0) move_first_ = avr_->cycle;
+  if (move_pulses_++ == 0)
+    move_first_ = avr_->cycle;
+  else
+    last_gap_ = gap;
   last_x_pulse_ = avr_->cycle;
   if (slip_left_ > 0) {
     --slip_left_;
     return;
   }
-  const int unit = out_pin('C', 3) ? 1 : 2;
-  x_half_ += out_pin('D', 5) ? unit : -unit;
+  const int unit = half_selected(out_pin(PIN(HALF))) ? 1 : 2;
+  x_half_ += out_pin(PIN(X_DIR)) ? unit : -unit;
   update_x_sensors();
 }
 
@@ -180,9 +197,9 @@ void Machine::log_move() {
 }
 
 void Machine::y_step(bool high) {
-  if (!high || out_pin('B', 0)) return;
+  if (!high || out_pin(PIN(ENABLE))) return;
   last_activity_ = avr_->cycle;
-  y_ += out_pin('D', 6) ? 1 : -1;
+  y_ += out_pin(PIN(Y_DIR)) ? 1 : -1;
 }
 
 void Machine::punch_pin(bool high) {
@@ -226,20 +243,20 @@ void Machine::crank_event(int what) {
     return;
   }
   switch (what) {
-    case kLeave: set_input('C', 1, false); break;
-    case kHighOff: set_input('B', 3, false); break;
-    case kLowOn: set_input('B', 2, !f_.mask_low); break;
+    case kLeave: set_input(PIN(ROTARY), lit(false)); break;
+    case kHighOff: set_input(PIN(PUNCH_HIGH), lit(false)); break;
+    case kLowOn: set_input(PIN(PUNCH_LOW), lit(!f_.mask_low)); break;
     case kHole: {
-      const int64_t x = out_pin('C', 3) ? x_half_ : x_half_ / 2;
+      const int64_t x = half_selected(out_pin(PIN(HALF))) ? x_half_ : x_half_ / 2;
       ++holes_;
       log_line('*', "HOLE " + std::to_string(x) + " " + std::to_string(y_));
       if (stuck_low) log_line('#', "poinçon bloqué en bas");
       break;
     }
-    case kLowOff: set_input('B', 2, false); break;
-    case kHighOn: set_input('B', 3, !f_.mask_high); break;
+    case kLowOff: set_input(PIN(PUNCH_LOW), lit(false)); break;
+    case kHighOn: set_input(PIN(PUNCH_HIGH), lit(!f_.mask_high)); break;
     case kRest:
-      set_input('C', 1, !f_.mask_rotary);
+      set_input(PIN(ROTARY), lit(!f_.mask_rotary));
       turning_ = false;
       break;
   }

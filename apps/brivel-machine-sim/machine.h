@@ -66,6 +66,8 @@ class Machine {
   // (a reset clears the input registers); the punch finishes its turn.
   void after_reset();
   int holes() const { return holes_; }
+  // Notes what is under way (the last X move) before the log closes.
+  void finish_notes() { log_move(); }
   // Bytes the bootloader received since the last call; the receiver was off.
   int take_boot_bytes() { return std::exchange(boot_bytes_, 0); }
   int take_dropped_bytes() { return std::exchange(dropped_bytes_, 0); }
@@ -100,7 +102,7 @@ class Machine {
   int64_t y_ = 0;          // the card, Y motor steps since start
   uint64_t last_x_pulse_ = 0;
   int moves_ = 0, slip_left_ = 0;
-  uint64_t move_first_ = 0;
+  uint64_t move_first_ = 0, last_gap_ = 0;
   int move_pulses_ = 0;
   bool punch_driven_ = false;
   bool turning_ = false;

@@ -277,6 +277,7 @@ int main(int argc, char** argv) {
     }
   }
   chip.save_if_changed();
+  machine.finish_notes();
   log.flush();
   return 0;
 }

@@ -13,9 +13,6 @@ namespace brivel {
 
 namespace {
 
-// The words of a run under way, "Perforation en cours" or its simulation.
-bool en_cours(const Element& label) { return label.text().rfind("Perforation en cours", 0) == 0; }
-
 int64_t last_x(const PunchPlan& plan, const std::vector<double>& positions) {
   if (plan.holes.empty()) return 0;
   const size_t k = static_cast<size_t>(plan.holes.back().track);
@@ -26,9 +23,48 @@ int64_t last_x(const PunchPlan& plan, const std::vector<double>& positions) {
 
 LiveRun::LiveRun(Context& c) : c_(c) {
   subscription_ = c_.m.subscribe([this](Element& e, Prop p) { changed(e, p); });
+  events_ = c_.s.evenements.subscribe([this](const RunEvent& e) { heard(e); });
 }
 
-LiveRun::~LiveRun() { c_.m.unsubscribe(subscription_); }
+LiveRun::~LiveRun() {
+  c_.m.unsubscribe(subscription_);
+  c_.s.evenements.unsubscribe(events_);
+}
+
+// What the run does, from its events: never from its captions, buttons or
+// lamps.
+void LiveRun::heard(const RunEvent& e) {
+  switch (e.kind) {
+    case RunEvent::Kind::SetUp:
+      // "Perforer" has begun its set-up: the working sequence, the origin.
+      if (!running_) asked_at_ = now();
+      return;
+    case RunEvent::Kind::Started:
+      // The origin is found and the run walks the list from here (each file
+      // of a chain; the set-up is measured on the first).
+      if (!e.in_chain) setup_ms_ = asked_at_ ? static_cast<double>(now() - *asked_at_) : 0;
+      asked_at_.reset();
+      start();
+      break;
+    case RunEvent::Kind::Hole:
+      hole_done();
+      break;
+    case RunEvent::Kind::Ended: {
+      if (!running_) return;
+      // The holes the board confirmed, the piece's apart from the hand's.
+      const RunState& s = c_.s;
+      summary_ = "Perforation terminée en " + texte_duree(elapsed_ms()) + " - " +
+                 std::to_string(restored_count_ + s.trous_confirmes) + " trous";
+      if (s.trous_main > 0) summary_ += " (et " + std::to_string(s.trous_main) + " à la main)";
+      remaining_ = 0;
+      running_ = false;
+      break;
+    }
+    default:
+      return;
+  }
+  if (on_change) on_change();
+}
 
 const CardLayout& LiveRun::layout() {
   if (dirty_) {
@@ -154,47 +190,15 @@ void LiveRun::changed(Element& e, Prop p) {
     if (&e == &m.List3 && !c_.s.run_on_stack) forget_last_run();
   } else if (p == Prop::Text && !running_ && (e.name().rfind("Note(", 0) == 0 || e.name().rfind("Position(", 0) == 0)) {
     dirty_ = true;
-  } else if (&e == &m.Label_defautP && p == Prop::Text && !running_ && c_.s.run_on_stack && en_cours(e)) {
-    // "Perforer" has begun its set-up: the working sequence, the origin.
-    if (!asked_at_) asked_at_ = now();
-  } else if (&e == &m.Command11 && p == Prop::Enabled && e.enabled()) {
-    asked_at_.reset();
   } else if (&e == &m.Timer2 && p == Prop::Enabled) {
     redraw = true;
-  } else if (&e == &m.Command12 && p == Prop::Enabled && e.enabled() && c_.s.run_on_stack) {
-    // The origin is found and the run walks the list from here.
-    setup_ms_ = asked_at_ ? static_cast<double>(now() - *asked_at_) : 0;
-    asked_at_.reset();
-    start();
-    redraw = true;
-  } else if (&e == &m.gauge1 && p == Prop::Value && (running_ || chain_pending_)) {
-    // The next file of a chain walks its list once its origin is found:
-    // the gauge is reset to the new list with the run's words standing.
-    if (chain_pending_ && e.max() == m.List3.count() && en_cours(m.Label_defautP)) {
-      chain_pending_ = false;
-      start();
-    }
-    if (running_ && e.value() > 0) row_done(e.value());
+  } else if (&e == &m.gauge1 && p == Prop::Value && running_) {
+    if (e.value() > 0) row_done(e.value());
     redraw = true;
   } else if (&e == &m.LabelY && p == Prop::Text) {
     card_step_ = val(e.text());
     redraw = true;
   } else if (&e == &m.LabelX && p == Prop::Text) {
-    redraw = true;
-  } else if (&e == &m.E(7) && p == Prop::Color && e.color() != palette::kLightRed) {
-    hole_done();
-    redraw = true;
-  } else if (&e == &m.Label_defautP && p == Prop::Text && running_ && e.text() == "Perforation terminée") {
-    // The holes the board confirmed, the piece's apart from the hand's.
-    const RunState& s = c_.s;
-    summary_ = "Perforation terminée en " + texte_duree(elapsed_ms()) + " - " +
-               std::to_string(restored_count_ + s.trous_confirmes) + " trous";
-    if (s.trous_main > 0) summary_ += " (et " + std::to_string(s.trous_main) + " à la main)";
-    remaining_ = 0;
-    running_ = false;
-    // The count of files is taken down behind these words: more than one
-    // left means the next file of the chain starts at its own gauge reset.
-    chain_pending_ = c_.s.fichiers_restants > 1;
     redraw = true;
   }
   // A pause or a fault: the run waits at the hole where it stands.

@@ -68,6 +68,7 @@ class LiveRun {
 
  private:
   void changed(Element& e, Prop p);
+  void heard(const RunEvent& e);
   void start();
   void hole_done();
   void forget_last_run();
@@ -86,10 +87,10 @@ class LiveRun {
   int32_t now() { return c_.p.tick_ms(); }
 
   Context& c_;
-  int subscription_ = 0;
+  int subscription_ = 0, events_ = 0;
   bool dirty_ = true;
   CardLayout layout_;
-  bool running_ = false, paused_ = false, chain_pending_ = false;
+  bool running_ = false, paused_ = false;
   std::vector<char> punched_;
   int punched_count_ = 0;
   std::vector<HandHole> hand_holes_;

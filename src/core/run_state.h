@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "core/run_events.h"
 #include "core/traffic_log.h"
 
 namespace brivel {
@@ -76,6 +77,8 @@ struct RunState {
   // The run engine (Command11_Click) is on the stack, suspended or not. A
   // device arrival must not reset the board under it.
   bool run_on_stack = false;
+  // What the run does, for those who listen (journal, card view).
+  RunEvents evenements;
 
   // --- Calibration, manual control ---------------------------------------------
   bool arret_calibration = false;

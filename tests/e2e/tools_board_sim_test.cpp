@@ -79,6 +79,31 @@ TEST(EndToEndTools, CalibrationAndEepromOnTheFirmware) {
 }
 #endif
 
+#ifdef MACHINE_SIM_EXE
+// "RAZ" stops a runaway head at once: a hand move of 300 half steps of
+// 20 ms, cancelled after a second, stops at the pins within a few steps of
+// the moment the frame reached the chip, not six seconds later.
+TEST(EndToEndTools, RazStopsAMoveAtOnceOnTheFirmware) {
+  TempHome home("raz");
+  const std::string log = home / "machine.log";
+  auto sim = start_board(home, {MACHINE_SIM_EXE, "--firmware", FIRMWARE_ELF, "--log", log});
+  ChildProcess script({SCRIPT_EXE, "-"}, home.str(),
+                      kConnect + "set VitesseX 20000\nset nb_PasX 300\nstart CommandeX_P\npause 1000\nclick RAZ\n"
+                                 "finish\nquit\n");
+  EXPECT_EQ(script.wait_exit(60), 0) << script.err();
+  EXPECT_EQ(sim->terminate(10), 0) << sim->err();
+  long move_at = -1, cancel_at = -1, pulses = -1;
+  for (const auto& l : read_board_log(log).lines) {
+    if (l.find(" > mX00300<LF>") != std::string::npos) move_at = std::stol(l);
+    if (l.find(" > ZXxxxxx<LF>") != std::string::npos) cancel_at = std::stol(l);
+    if (auto at = l.find("# mouvement X : "); at != std::string::npos) pulses = std::stol(l.substr(at + 16));
+  }
+  ASSERT_GT(move_at, 0);
+  ASSERT_GT(cancel_at, move_at);
+  EXPECT_NEAR(pulses, (cancel_at - move_at) / 20, 3) << "the move went on after the cancel";
+}
+#endif
+
 TEST(EndToEndTools, UploadReportOfAFailingAvrdude) {
   TempHome home("upload");
   home.write("bin/avrdude",

@@ -101,42 +101,46 @@ bool append_durably(const std::string& path, const std::string& line) {
 }
 
 HoleJournal::HoleJournal(Context& c) : c_(c) {
-  subscription_ = c_.m.subscribe([this](Element& e, Prop p) { changed(e, p); });
+  subscription_ = c_.s.evenements.subscribe([this](const RunEvent& e) { heard(e); });
 }
 
-HoleJournal::~HoleJournal() { c_.m.unsubscribe(subscription_); }
+HoleJournal::~HoleJournal() { c_.s.evenements.unsubscribe(subscription_); }
 
 std::string journal_path(const RunState& s) { return s.dossier_appli + kJournalTrous; }
 
 std::string HoleJournal::path() const { return journal_path(c_.s); }
 
-void HoleJournal::changed(Element& e, Prop p) {
-  Model& m = c_.m;
+void HoleJournal::heard(const RunEvent& e) {
+  const Model& m = c_.m;
   const RunState& s = c_.s;
-  if (&e == &m.Command12 && p == Prop::Enabled && e.enabled() && s.run_on_stack && !s.reprise_contexte) {
-    writer_.flush();
-    healthy_ = append_durably(path(), journal_start_line(s.nom_midi_court, c_.p.time_of_day_s())) && healthy_;
-    return;
+  switch (e.kind) {
+    case RunEvent::Kind::Started:
+      // A run restored from its context goes on in the journal's last run;
+      // a later file of a chain goes on in its chain's.
+      if (s.reprise_contexte || e.in_chain) return;
+      writer_.flush();
+      healthy_ = append_durably(path(), journal_start_line(s.nom_midi_court, c_.p.time_of_day_s())) && healthy_;
+      return;
+    case RunEvent::Kind::Ended:
+      // The run's end: its last hole on the disk before anything else happens.
+      writer_.flush();
+      return;
+    case RunEvent::Kind::Hole: {
+      int track = 0;
+      const int n = std::clamp(static_cast<int>(val(m.NBTouches.text())), 0, Model::kNotes);
+      for (int k = 1; k <= n && !track; ++k)
+        if (val(m.Position(k).text()) == e.x) track = k;
+      const int16_t demi = static_cast<int16_t>(round_half_even(s.pas_poincon / 2.0));
+      JournalHole h{c_.p.time_of_day_s(), s.nom_midi_court,
+                    e.step,               track,
+                    e.x,                  static_cast<int64_t>(std::llround((e.step - demi) * val(m.NbpasY.text()))),
+                    e.by_hand};
+      writer_.append(path(), journal_line(h));
+      return;
+    }
+    default:
+      return;
   }
-  // The run's end: its last hole on the disk before anything else happens.
-  if (&e == &m.Command12 && p == Prop::Enabled && !e.enabled()) {
-    writer_.flush();
-    return;
-  }
-  // The punch lamp goes out behind each cycle; the board's "A" alone
-  // confirms the hole.
-  if (&e != &m.E(7) || p != Prop::Color || e.color() == palette::kLightRed) return;
-  if (!s.run_on_stack || !s.rep_A || s.rep_B || s.rep_C) return;
-  int track = 0;
-  const int n = std::clamp(static_cast<int>(val(m.NBTouches.text())), 0, Model::kNotes);
-  for (int k = 1; k <= n && !track; ++k)
-    if (val(m.Position(k).text()) == s.compteur_X) track = k;
-  const int16_t demi = static_cast<int16_t>(round_half_even(s.pas_poincon / 2.0));
-  JournalHole h{c_.p.time_of_day_s(), s.nom_midi_court,
-                s.compteur_Y,         track,
-                s.compteur_X,         static_cast<int64_t>(std::llround((s.compteur_Y - demi) * val(m.NbpasY.text()))),
-                !s.cycle_de_la_piece};
-  writer_.append(path(), journal_line(h));
 }
 
 bool HoleJournal::healthy() {

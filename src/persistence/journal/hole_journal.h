@@ -49,8 +49,9 @@ std::string read_journal(const std::string& path);
 // the disk. False on any failure.
 bool append_durably(const std::string& path, const std::string& line);
 
-// Watches the console and appends a line per confirmed hole of a run to
-// <dossier_appli>/Journal_trous.txt. It writes nothing into the console.
+// Listens to the run's events and appends a line per confirmed hole of a
+// run to <dossier_appli>/Journal_trous.txt. It writes nothing into the
+// console and reads none of its captions, buttons or lamps.
 class HoleJournal {
  public:
   explicit HoleJournal(Context& c);
@@ -64,7 +65,7 @@ class HoleJournal {
   bool healthy();
 
  private:
-  void changed(Element& e, Prop p);
+  void heard(const RunEvent& e);
 
   Context& c_;
   int subscription_ = 0;

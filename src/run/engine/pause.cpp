@@ -17,6 +17,7 @@ void suspend(Context& c) {
   Model& m = c.m;
   m.Command12.set_text("Continuer");
   c.s.etat_pause = 1;
+  c.s.evenements.tell({RunEvent::Kind::Paused});
   if (sauve_contexte_auto(c))
     m.Label_defautP.set_text("Contexte sauvegardé - Cliquer Continuer pour reprendre");
   else
@@ -46,6 +47,7 @@ void reprend(Context& c) {
     return;
   }
   s.etat_pause = 0;
+  s.evenements.tell({RunEvent::Kind::Resumed});
   m.Label_defautP.set_text("Perforation en cours");
   m.Label_defaut.set_text("");
   m.Command12.set_text("Pause");

@@ -322,6 +322,7 @@ void Command11_Click(Context& c) {
   s.commande_machine = true;
   s.place_arret.reset();
   texte_en_cours(c);
+  s.evenements.tell({RunEvent::Kind::SetUp});
   for (Element* e : {&m.Ouvre_midi, &m.Command11, &m.perfo_retard, &m.Avance}) e->set_enabled(false);
   m.Sauve_contexte.set_enabled(true);
   s.recalage_demande = false;
@@ -329,6 +330,11 @@ void Command11_Click(Context& c) {
   recherche_origine(c);
   s.perforation_lancee = true;
   m.Command12.set_enabled(true);
+  {
+    RunEvent debut{RunEvent::Kind::Started};
+    debut.in_chain = sur_la_pile;
+    s.evenements.tell(debut);
+  }
   // The card stands half a punch ahead of the counter's zero.
   s.compteur_Y = clng_borne(round_half_even(std::floor(val(m.Poincon.text()) / s.pas_Y_mm) / 2));
   if (!s.reprise_contexte) {
@@ -353,6 +359,7 @@ void Command11_Click(Context& c) {
   m.LabelY.set_text(str_plain(run.fin));
   m.Label_defautP.set_text("Perforation terminée");
   m.Label_defaut.set_text("Perforation terminée");
+  s.evenements.tell({RunEvent::Kind::Ended});
   s.fichiers_restants -= 1;
   if (s.fichiers_restants > 0) {
     s.enchainement = -1;
@@ -372,6 +379,7 @@ void enchaine_fichier(Context& c) {
   RunState& s = c.s;
   m.nb_PasY.set_text(
       str_plain(std::floor(val(m.Dist_cartons.text()) / (val(m.NbpasY.text()) * val(m.PasmotY.text())))));
+  s.evenements.tell({RunEvent::Kind::ChainNext});
   m.Label_defautP.set_text("Avance du carton");
   deplace_Y(c);
   s.reprise_contexte = false;

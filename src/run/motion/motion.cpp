@@ -212,6 +212,13 @@ void cycle_Z(Context& c, const std::function<void()>& pendant_le_cycle) {
         defaut(c, "Non réponse poinçon");
       } else if (s.rep_A) {
         ++(s.cycle_de_la_piece ? s.trous_confirmes : s.trous_main);
+        if (s.run_on_stack) {
+          RunEvent trou{RunEvent::Kind::Hole};
+          trou.step = s.compteur_Y;
+          trou.x = s.compteur_X;
+          trou.by_hand = !s.cycle_de_la_piece;
+          s.evenements.tell(trou);
+        }
       }
     }
     m.E(7).set_color(palette::kWhite);
@@ -235,6 +242,11 @@ void WD_timer_Timer(Context& c) {
 
 void mise_en_defaut(Context& c) {
   c.s.etat_pause = 1;
+  {
+    RunEvent defaut{RunEvent::Kind::Fault};
+    defaut.text = c.m.Label_defaut.text();
+    c.s.evenements.tell(defaut);
+  }
   if (!sauve_contexte_auto(c)) {
     // The fault's own text promised a saved context: say it isn't.
     std::string t = c.m.Label_defautP.text();
