@@ -8,6 +8,7 @@
 #include "import/ouvre_midi.h"
 #include "import/refus_import.h"
 #include "persistence/journal/hole_journal.h"
+#include "run/engine/deferred.h"
 
 namespace brivel {
 
@@ -112,9 +113,8 @@ std::optional<double> LiveRun::chain_remaining_ms() const {
 
 std::optional<double> LiveRun::deferred_start_ms() const {
   const RunState& s = c_.s;
-  if (!c_.m.Timer2.enabled() || !s.heure_differee || s.perforation_lancee) return std::nullopt;
-  // Timer2 starts the run at its first tick strictly after that second.
-  return std::max(0.0, (*s.heure_differee + 1 - c_.p.time_of_day_s()) * 1000.0);
+  if (!c_.m.Timer2.enabled() || !s.heure_differee) return std::nullopt;
+  return attente_depart_ms(c_);
 }
 
 double LiveRun::planned_ms() {

@@ -21,6 +21,7 @@ struct RunEvent {
     Resumed,    // "Continuer" took it up again
     ChainNext,  // the card feeds to the next file of a chain
     Ended,      // the list is walked to its end (each file of a chain)
+    DeferredFailed,  // a deferred start could not start the run (`text`: why)
   };
   RunEvent(Kind k) : kind(k) {}  // NOLINT: an event is its kind, told at once
   Kind kind;
@@ -28,7 +29,7 @@ struct RunEvent {
   int32_t x = 0;            // Hole: compteur_X, the head's X in motor steps
   bool by_hand = false;     // Hole: punched by the operator in a pause
   bool in_chain = false;    // Started: a later file of a chain
-  std::string text;         // Fault: the caption
+  std::string text;         // Fault: the caption; DeferredFailed: what was said
 };
 
 // One observer interface for every listener: subscribe, and hear each event

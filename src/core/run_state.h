@@ -41,6 +41,8 @@ struct RunState {
   int32_t fichiers_restants = 0;     // files of the chain left, current included
   int16_t rang_fichier = 0;          // index of the current file in Liste_fichiers
   std::optional<int> heure_differee; // deferred start, seconds after midnight
+  uint32_t differe_arme_tick = 0;    // the tick (ms) when it was armed
+  int64_t differe_delai_ms = 0;      // from then to the start: a time past is tomorrow's
 
   // --- Punch-cycle control ----------------------------------------------------
   int16_t hors_watchdog = 0;   // 16-bit flag: cycle_Z arms no watchdog

@@ -8,8 +8,10 @@
 #include <optional>
 #include <set>
 
+#include "core/cp1252.h"
 #include "link/connection.h"
 #include "persistence/files/text_file.h"
+#include "persistence/journal/hole_journal.h"
 #include "run/engine/deferred.h"
 #include "support/punch_rig.h"
 
@@ -221,6 +223,71 @@ TEST(RunEngine, ABoardThatRestartsIsNoticedAndPutRight) {
     for (const auto& h : minus(r.holes(), reference_holes()))
       EXPECT_NE(std::find(reference_holes().begin(), reference_holes().end(), h), reference_holes().end())
           << line << ": a hole out of place at " << h.first << "," << h.second;
+  }
+}
+
+// The deferred start fires after any number of runs, takes a time earlier than now for tomorrow's, counts down
+// while armed, can be taken back from its menu entry, and says so when it cannot start the run at its time.
+TEST(Deferred, FiresAfterARunAtTomorrowsTimeAndCanBeTakenBack) {
+  struct Case {
+    const char* what;
+    int now_s;
+    const char* answer;
+    bool earlier_run = false, take_back = false, machine_gone = false;
+    int fires_after_s = -1;  // -1: never within two hours
+  } cases[] = {
+      {"after a finished run", 12 * 3600, "12:05", true, false, false, 300},
+      {"a time past is tomorrow's", 23 * 3600 + 50 * 60, "00:10", false, false, false, 1200},
+      {"the default answer starts at once", 12 * 3600 + 20, "12:00", false, false, false, 0},
+      {"taken back from the menu", 12 * 3600, "12:05", false, true},
+      {"no machine at its time", 12 * 3600, "12:05", false, false, true},
+  };
+  for (const auto& k : cases) {
+    SCOPED_TRACE(k.what);
+    PunchRig r;
+    ASSERT_TRUE(r.load(kPiece));
+    r.s.nom_midi_court = "piece";
+    HoleJournal journal(r.c);
+    if (k.earlier_run) r.punch();
+    std::optional<int64_t> set_up;
+    r.s.evenements.subscribe([&](const RunEvent& e) {
+      if (e.kind == RunEvent::Kind::SetUp && !set_up) set_up = r.p.now();
+    });
+    r.p.set_time_of_day(k.now_s - static_cast<int>(r.p.now() / 1000));
+    const int64_t armed = r.p.now();
+    r.p.sim_dialogs().input_answers.push_back(k.answer);
+    r.m.perfo_retard.click();
+    if (k.fires_after_s != 0) {
+      EXPECT_EQ(r.m.perfo_retard.text(), kAnnulerDiffere);
+      EXPECT_EQ(r.m.Label_defautP.text().rfind("Début perforation différé à : ", 0), 0u) << r.m.Label_defautP.text();
+      r.p.run_for(60000);
+      EXPECT_NE(r.m.Label_defautP.text().find(" - Départ dans "), std::string::npos) << r.m.Label_defautP.text();
+    }
+    if (k.take_back) {
+      r.m.perfo_retard.click();
+      EXPECT_EQ(r.m.perfo_retard.text(), "Perforation différée...");
+      EXPECT_EQ(r.m.Label_defautP.text(), "Perforation différée annulée");
+      EXPECT_TRUE(r.m.Command11.enabled());
+    }
+    if (k.machine_gone) r.p.sim_devices().removal_();
+    r.p.run_until([&] { return set_up.has_value() || r.m.Label_defaut.text() == "Départ différé impossible"; },
+                  2 * 3600 * 1000);
+    r.p.run_until([&] { return !r.s.run_on_stack; }, 3600 * 1000);
+    if (k.fires_after_s < 0) {
+      EXPECT_FALSE(set_up);
+    } else {
+      ASSERT_TRUE(set_up);
+      EXPECT_GE(*set_up - armed, k.fires_after_s * 1000);
+      EXPECT_LE(*set_up - armed, k.fires_after_s * 1000 + 30000);
+      EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée");
+    }
+    if (k.machine_gone) {
+      EXPECT_EQ(r.m.Label_defautP.text().rfind("Départ différé de 12:05:00 impossible : Machine non connectée", 0), 0u)
+          << r.m.Label_defautP.text();
+      EXPECT_TRUE(journal.healthy());
+      EXPECT_NE(cp1252_to_utf8(read_journal(journal.path())).find(" Départ différé de 12:05:00 impossible : "),
+                std::string::npos);
+    }
   }
 }
 

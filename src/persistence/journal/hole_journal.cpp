@@ -125,6 +125,10 @@ void HoleJournal::heard(const RunEvent& e) {
       // The run's end: its last hole on the disk before anything else happens.
       writer_.flush();
       return;
+    case RunEvent::Kind::DeferredFailed:
+      writer_.flush();
+      healthy_ = append_durably(path(), "# " + heure(c_.p.time_of_day_s()) + " " + e.text) && healthy_;
+      return;
     case RunEvent::Kind::Hole: {
       int track = 0;
       const int n = std::clamp(static_cast<int>(val(m.NBTouches.text())), 0, Model::kNotes);

@@ -1,9 +1,12 @@
 #include "run/engine/deferred.h"
 
+#include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <vector>
 
+#include "link/line.h"
 #include "run/engine/run_engine.h"
 
 namespace brivel {
@@ -37,17 +40,59 @@ std::string texte_heure(int secondes) {
   return buf;
 }
 
+std::string texte_attente(double ms) {
+  const long total = static_cast<long>(std::ceil(std::max(0.0, ms) / 1000.0));
+  char buf[32];
+  if (total >= 3600)
+    std::snprintf(buf, sizeof buf, "%ld h %02ld mn", total / 3600, total / 60 % 60);
+  else if (total >= 60)
+    std::snprintf(buf, sizeof buf, "%ld mn %02ld s", total / 60, total % 60);
+  else
+    std::snprintf(buf, sizeof buf, "%ld s", total);
+  return buf;
+}
+
+std::optional<double> attente_depart_ms(const Context& c) {
+  if (!c.s.heure_differee) return std::nullopt;
+  const uint32_t passe = static_cast<uint32_t>(c.p.tick_ms()) - c.s.differe_arme_tick;
+  return std::max(0.0, static_cast<double>(c.s.differe_delai_ms) - passe);
+}
+
+namespace {
+constexpr const char* kCaptionDiffere = "Perforation différée...";
+
+void desarme(Context& c) {
+  c.s.heure_differee.reset();
+  c.m.Timer2.set_enabled(false);
+  c.m.perfo_retard.set_text(kCaptionDiffere);
+}
+
+// The service line while armed: the time asked, and the time left.
+void compte_a_rebours(Context& c) {
+  c.m.Label_defautP.set_text("Début perforation différé à : " + texte_heure(*c.s.heure_differee) + " - Départ dans " +
+                             texte_attente(*attente_depart_ms(c)));
+}
+}  // namespace
+
 void perfo_retard_Click(Context& c) {
   Model& m = c.m;
   RunState& s = c.s;
+  if (s.heure_differee) {
+    // Armed: the entry takes it back.
+    desarme(c);
+    m.Command11.set_enabled(true);
+    m.Label_defautP.set_text("Perforation différée annulée");
+    return;
+  }
   m.Command11.set_enabled(false);
   const int maintenant = c.p.time_of_day_s();
+  const std::string defaut = texte_heure(maintenant).substr(0, 5);  // hh:mn
   const auto reponse =
-      c.p.dialogs().input_box("Heure de démarrage de la perforation :\r\n\n(Format : hh:mn)", texte_heure(maintenant));
+      c.p.dialogs().input_box("Heure de démarrage de la perforation :\r\n\n(Format : hh:mn)", defaut);
   const auto heure = reponse ? lit_heure(*reponse) : std::nullopt;
   if (!heure) {
     // Nothing is armed; "Perforer" is offered again.
-    m.Timer2.set_enabled(false);
+    desarme(c);
     m.Command11.set_enabled(true);
     m.Label_defautP.set_text(!reponse || reponse->empty()
                                  ? "Perforation différée annulée"
@@ -57,15 +102,46 @@ void perfo_retard_Click(Context& c) {
   }
   s.heure_differee = *heure;
   m.Label_defautP.set_text("Début perforation différé à : " + texte_heure(*heure));
-  if (*heure == maintenant)
+  // The default answer is this minute: the run starts at once.
+  if (*heure / 60 == maintenant / 60) {
+    s.heure_differee.reset();
     Command11_Click(c);
-  else
-    m.Timer2.set_enabled(true);
+    return;
+  }
+  // The first tick strictly after that second; a time past is tomorrow's.
+  s.differe_arme_tick = static_cast<uint32_t>(c.p.tick_ms());
+  s.differe_delai_ms = static_cast<int64_t>((*heure - maintenant + 86400) % 86400) * 1000 + 1;
+  m.perfo_retard.set_text(kAnnulerDiffere);
+  compte_a_rebours(c);
+  m.Timer2.set_enabled(true);
 }
 
 void Timer2_Timer(Context& c) {
-  if (c.s.heure_differee && c.p.time_of_day_s() > *c.s.heure_differee && !c.s.perforation_lancee)
+  RunState& s = c.s;
+  Model& m = c.m;
+  if (!s.heure_differee) return;
+  if (*attente_depart_ms(c) > 0) {
+    compte_a_rebours(c);
+    return;
+  }
+  const int heure = *s.heure_differee;
+  desarme(c);
+  // No machine: the run is not begun, to wait suspended all night.
+  bool parti = false;
+  if (port_pret(c)) {
+    const int id = s.evenements.subscribe([&parti](const RunEvent& e) {
+      if (e.kind == RunEvent::Kind::SetUp) parti = true;
+    });
     Command11_Click(c);
+    s.evenements.unsubscribe(id);
+  }
+  if (parti) return;
+  // Nobody is there: said where the operator looks in the morning.
+  RunEvent echec(RunEvent::Kind::DeferredFailed);
+  echec.text = "Départ différé de " + texte_heure(heure) + " impossible : " + m.Label_defautP.text();
+  m.Label_defaut.set_text("Départ différé impossible");
+  m.Label_defautP.set_text(echec.text);
+  s.evenements.tell(echec);
 }
 
 void install_deferred(Context& c) {
