@@ -27,8 +27,9 @@
 namespace {
 
 constexpr const char* kUsage =
-    "Usage : brivel [--port N] [--ouvrir FICHIER.mid [--perforer]] [--demo DOSSIER] [options de Qt]\n"
+    "Usage : brivel [--set FICHIER.set] [--port N] [--ouvrir FICHIER.mid [--perforer]] [--demo DOSSIER] [options de Qt]\n"
     "  (sans option)     la console de perforation, sur les ports série de cette machine\n"
+    "  --set FICHIER     charge ce fichier de paramètres au démarrage, comme choisi dans la liste\n"
     "  --port N          se connecte au port N au démarrage\n"
     "  --ouvrir FICHIER  ouvre ce morceau au démarrage\n"
     "  --perforer        le perfore, puis se termine en disant combien de trous en combien de temps\n"

@@ -99,6 +99,7 @@ TEST(EndToEnd, ExitStatusAndMessagesOfThePrograms) {
       {{BRIVEL_EXE, "--bogus"}, 2, "brivel : option inconnue « --bogus »\nUsage : brivel"},
       {{BRIVEL_EXE, "--demo"}, 2, "l'option --demo attend une valeur"},
       {{BRIVEL_EXE, "--version"}, 0, "", "brivel 0."},
+      {{BRIVEL_EXE, "--help"}, 0, "", "  --set FICHIER     charge ce fichier de paramètres au démarrage"},
       {with(no_display, {BRIVEL_EXE}), 1, "brivel : aucun affichage (ni DISPLAY ni WAYLAND_DISPLAY)"},
 #ifdef MACHINE_SIM_EXE
       {{MACHINE_SIM_EXE, "--help"}, 0, "", "Usage : brivel-machine-sim"},
