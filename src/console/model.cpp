@@ -243,9 +243,10 @@ Model::Model() {
   add(about_notice, "About",
       "Ce logiciel est fourni tel quel, sans garantie. Il peut être utilisé et copié librement pour la "
       "perforation de cartons d'orgue.");
-  add(about_address1, "About", "https://brivel.example.org").clickable_ = true;
-  add(about_address2, "About", "mailto:contact@brivel.example.org").clickable_ = true;
-  add(nb_trou, "About", "").visible_ = false;
+  // The guide shipped with the program; no address of a site that isn't.
+  add(about_address1, "About", "Guide de l'utilisateur : Brivel.htm").clickable_ = true;
+  add(about_address2, "About", "").visible_ = false;
+  add(nb_trou, "About", "Perforations").visible_ = false;
 
   // EEPROM box.
   add(adress, "EEPROM", "0", "", "Adresse");

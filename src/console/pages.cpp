@@ -82,8 +82,7 @@ void install_pages(Context& c) {
   // Frame1's step fields shown in millimetres.
   m.Text2.handler = [&c] { c.m.Label1(0).set_text(str_num(val(c.m.Text2.text()) * 0.23)); };
   m.Text4.handler = [&c] { c.m.Label1(1).set_text(str_num(val(c.m.Text4.text()) * c.s.pas_Y_mm)); };
-  m.about_address1.handler = [&c] { c.p.open_document(c.m.about_address1.text()); };
-  m.about_address2.handler = [&c] { c.p.open_document(c.m.about_address2.text()); };
+  m.about_address1.handler = [&c] { affiche_doc_Click(c); };
 }
 
 }  // namespace brivel

@@ -59,7 +59,9 @@ std::optional<LectureEvenements> relit_temp(const std::string& chemin, const Reg
 bool choisit_fichiers(Context& c) {
   c.m.Liste_fichiers.clear_rows();
   FileDialogRequest req;
-  req.filter = "Fichiers (*.mid)|*.mid|Tous (*.*)|*.*|";
+  // Both extensions of a Standard MIDI File, in either case: the file
+  // dialogs of Linux tell case apart.
+  req.filter = "Fichiers MIDI (*.mid *.midi *.MID *.MIDI *.Mid)|*.mid;*.midi;*.MID;*.MIDI;*.Mid|Tous (*.*)|*.*|";
   req.filter_index = 1;
   req.multi_select = true;
   std::string reponse = c.p.dialogs().open_file(req);

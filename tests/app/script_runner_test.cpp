@@ -32,7 +32,7 @@ TEST(ScriptRunner, PlaysOperatorActionsReadsByKindAndQueuesDialogAnswers) {
       "answer open /a/b.mid /a/c.mid\nanswer open /pieces/valse.mid\nanswer save /tmp/x.set\n"
       "answer yes\nanswer no\nanswer ok\nanswer input 10 h 30\nanswer input\n");
   ASSERT_EQ(r.status, ScriptStatus::Ok) << r.message;
-  EXPECT_EQ(t.out.str(), "Shape1=10\nnb_PasX=12\nVitesseX= 7\nText_origineX=\nDemipas=0\nAbout.nb_trou=\nValcalc=1\n");
+  EXPECT_EQ(t.out.str(), "Shape1=10\nnb_PasX=12\nVitesseX= 7\nText_origineX=\nDemipas=0\nAbout.nb_trou=Perforations\nValcalc=1\n");
   EXPECT_EQ(t.m.Demipas.value(), 0);
   QueuedDialogs& d = t.p.sim_dialogs();
   // A selection of several files: the folder, then each name, NUL-separated.

@@ -51,7 +51,7 @@ TEST(Model, DefaultsOfTheFieldMap) {
       {"perfo_retard", "Perforation différée...", "", "-V"}, {"Programmation", "Outils", "", "EV"},
       {"Prog_uno_rev3", "Uno - Uno rev3", "", "EV"}, {"Note(1)", "57", "", "EV"}, {"Note(29)", "68", "", "EV"},
       {"Note(30)", "0", "", "EV"}, {"Position(28)", "474", "", "EV"}, {"Position(63)", "0", "", "EV"},
-      {"compteurXY(1)", "0", "", "E-"}, {"About.nb_trou", "", "", "E-"}, {"EEPROM.adress", "0", "", "EV"},
+      {"compteurXY(1)", "0", "", "E-"}, {"About.nb_trou", "Perforations", "", "E-"}, {"EEPROM.adress", "0", "", "EV"},
   };
   for (const auto& c : cases) {
     Element* e = m.find(c.name);
