@@ -19,7 +19,11 @@ constexpr int kSaluMaxMs = 2400;
 void lamps(Context& c, int colour) {
   c.m.Shape1.set_color(colour);
   c.m.Shape2.set_color(colour);
-  const std::string why = colour == palette::kLightRed ? c.p.serial().last_error() : std::string();
+  std::string why = colour == palette::kLightRed ? c.p.serial().last_error() : std::string();
+  // Words typed where a number belongs: said as typed, not as "port 0".
+  const std::string& typed = c.m.AdressePort.text();
+  if (colour == palette::kLightRed && !typed.empty() && typed.find_first_of("0123456789") == std::string::npos)
+    why = "« " + typed + " » n'est pas un numéro de port (1 à 32, ou N pour un lien ports/comN)";
   c.m.Shape1.set_tooltip(why);
   c.m.Shape2.set_tooltip(why);
 }

@@ -95,6 +95,12 @@ TEST(Connection, ActionsAndDeviceEvents) {
       EXPECT_NE(std::find(log.begin(), log.end(), true), log.end()) << c.what << ": no hourglass";
     }
   }
+  // Words in the port field are said as typed.
+  {
+    LinkRig r;
+    r.m.AdressePort.set_text("abc");
+    EXPECT_EQ(r.m.Shape1.tooltip(), "« abc » n'est pas un numéro de port (1 à 32, ou N pour un lien ports/comN)");
+  }
   // The guard of every machine command.
   LinkRig r;
   EXPECT_FALSE(port_pret(r.c));
