@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "app/console_app.h"
+#include "import/ouvre_midi.h"
 #include "card/card_export.h"
 #include "command_line.h"
 #include "geometry/note_names.h"
@@ -279,10 +280,13 @@ int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::os
   }
 
   const Model& m = app.m;
+  // The notes the organ lacks, as the service line counts them: by the
+  // scale check when it ran, else from the rows.
+  const int hors = app.s.nb_hors_gamme != 0 || m.List3.count() == 0 ? app.s.nb_hors_gamme : rangs_hors_gamme(m);
   out << "{\"rows\":" << m.List3.count() << ",\"Label9\":" << json_texte(m.Label9.text())
       << ",\"Text8\":" << json_texte(m.Text8.text()) << ",\"Fin_perf_mn\":" << json_texte(m.Fin_perf_mn.text())
       << ",\"Fin_perf_sec\":" << json_texte(m.Fin_perf_sec.text())
-      << ",\"Label_defautP\":" << json_texte(m.Label_defautP.text()) << ",\"nb_hors_gamme\":" << app.s.nb_hors_gamme
+      << ",\"Label_defautP\":" << json_texte(m.Label_defautP.text()) << ",\"nb_hors_gamme\":" << hors
       << ",\"midi_erreur_code\":" << app.s.midi_erreur_code
       << ",\"midi_erreur_texte\":" << json_texte(app.s.midi_erreur_texte) << "}\n";
   return !arrete && m.Command11.enabled() ? 0 : 1;

@@ -63,6 +63,10 @@ TEST(BrivelCard, ReportLineAndFiles) {
   Folder f;
   write_file(f.path + "no.mid", "hello");
   write_file(f.path + "do.mid", tiny_midi());
+  // The same note, an octave and a half below the organ's lowest.
+  std::string low = tiny_midi();
+  low[low.size() - 11] = low[low.size() - 6] = '\x1E';
+  write_file(f.path + "low.mid", low);
   std::string set;  // stops after line 14, the speed: 0 mm/s
   for (int line = 1; line <= 13; ++line) set += "1\r\n";
   write_file(f.path + "zero.set", set + "0\r\n\r\n");
@@ -86,6 +90,8 @@ TEST(BrivelCard, ReportLineAndFiles) {
        "\"Label_defautP\":\"Prêt à perforer - Durée: 0 mn 00 s - Longueur carton: 0.03 m\",\"nb_hors_gamme\":0,"
        "\"midi_erreur_code\":0,\"midi_erreur_texte\":\"\"}\n",
        true},
+      // Without the scale check the line names the notes the organ lacks, and so does the count.
+      {q(f.path + "low.mid"), 0, "1 note hors gamme (Fenêtre > Carton)\",\"nb_hors_gamme\":1,", false},
   };
   for (const auto& c : cases) {
     CardRun r = card(f, c.args);
