@@ -135,6 +135,7 @@ Attente attend(Context& c, const std::function<bool()>& fini, double delai_ms) {
   const int saluts = c.s.saluts;
   for (;;) {
     if (std::exchange(c.s.reinit_a_signaler, false) || (c.s.saluts != saluts && !c.s.connexion_en_cours)) {
+      // Told once: the flag set by this same greeting goes with it.
       c.s.reinit_a_signaler = false;
       c.s.trafic.add(c.p.tick_ms(), '!', "la carte a redémarré pendant l'attente");
       return Attente::CarteReinitialisee;
