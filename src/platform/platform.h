@@ -76,7 +76,7 @@ struct FileDialogRequest {
   bool overwrite_prompt = false;
 };
 
-enum class BoxButtons { Ok, YesNoDefaultNo };
+enum class BoxButtons { Ok, YesNoDefaultNo, YesNoDefaultYes };
 enum class BoxAnswer { Ok, Yes, No };
 
 class Dialogs {

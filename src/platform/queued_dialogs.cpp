@@ -27,6 +27,8 @@ BoxAnswer QueuedDialogs::message_box(const std::string& text, BoxButtons buttons
   if (on_box) on_box(text);
   auto a = pop(box_answers);
   if (a) return *a;
+  // Nothing queued: the default button, as Enter gives it.
+  if (buttons == BoxButtons::YesNoDefaultYes) return BoxAnswer::Yes;
   return buttons == BoxButtons::YesNoDefaultNo ? BoxAnswer::No : BoxAnswer::Ok;
 }
 

@@ -305,11 +305,13 @@ TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
     std::optional<BoxAnswer> card_back;  // the question about the card, if asked
     Holes extra;              // holes beyond the reference run and its repeated hole
     int y_shift, hand_holes;  // motor steps later holes stand further down the card
+    bool enter = false;       // the question answered by its default button
   } cases[] = {
       {"origin search by hand", [](PieceRun& r) { r.m.Origine_N.operator_click(); }, std::nullopt, {}, 0, 0},
       {"Y by hand, brought back", y_by_hand, BoxAnswer::Yes, {}, 0, 0},
       // "Non": the card stays where the hand left it, and so does the rest of the piece.
       {"Y by hand, left there", y_by_hand, BoxAnswer::No, {}, 200, 0},
+      {"Y by hand, Enter: brought back", y_by_hand, std::nullopt, {}, 0, 0, true},
       {"a hole by hand after X+ 50",
        [](PieceRun& r) {
          r.m.nb_PasX.set_text("50");
@@ -341,12 +343,12 @@ TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
     want.push_back({108, y_hole + k.y_shift});  // the hole where the run stood, once more
     for (const auto& h : k.extra) want.push_back(h);
     EXPECT_EQ(sorted(r.holes()), sorted(want)) << k.what;
-    EXPECT_EQ(r.p.sim_dialogs().boxes, k.card_back ? Strings{"Le carton a avancé de 200 pas moteur pendant la "
+    EXPECT_EQ(r.p.sim_dialogs().boxes, k.card_back || k.enter ? Strings{"Le carton a avancé de 200 pas moteur pendant la "
                                                               "pause. Le ramener au trou où la perforation s'est "
                                                               "arrêtée ?"}
                                                     : Strings{})
         << k.what;
-    EXPECT_EQ(count_of(r.f, "My00200\n"), k.card_back == BoxAnswer::Yes ? 1 : 0) << k.what;
+    EXPECT_EQ(count_of(r.f, "My00200\n"), k.card_back == BoxAnswer::Yes || k.enter ? 1 : 0) << k.what;
     EXPECT_EQ(r.s.trous_main, k.hand_holes) << k.what;
     EXPECT_EQ(r.s.trous_confirmes, static_cast<int>(reference_holes().size()) + 1) << k.what;
     // The operator's pages and the opening are back after the run.

@@ -96,14 +96,16 @@ std::string QtDialogs::save_file(const FileDialogRequest& req) {
 }
 
 BoxAnswer QtDialogs::message_box(const std::string& text, BoxButtons buttons) {
-  bool yes_no = buttons == BoxButtons::YesNoDefaultNo;
-  if (!have_widgets()) return yes_no ? BoxAnswer::No : BoxAnswer::Ok;
+  const bool yes_no = buttons != BoxButtons::Ok;
+  const bool oui = buttons == BoxButtons::YesNoDefaultYes;
+  if (!have_widgets()) return yes_no ? (oui ? BoxAnswer::Yes : BoxAnswer::No) : BoxAnswer::Ok;
   QString t = QString::fromStdString(text);
   if (!yes_no) {
     QMessageBox::information(parent(), "Brivel", t);
     return BoxAnswer::Ok;
   }
-  auto r = QMessageBox::question(parent(), "Brivel", t, QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+  auto r = QMessageBox::question(parent(), "Brivel", t, QMessageBox::Yes | QMessageBox::No,
+                                 oui ? QMessageBox::Yes : QMessageBox::No);
   return r == QMessageBox::Yes ? BoxAnswer::Yes : BoxAnswer::No;
 }
 

@@ -87,7 +87,8 @@ bool reprend_la_place(Context& c) {
   if (avance > 0) {
     const std::string question = "Le carton a avancé de " + std::to_string(avance) +
                                  " pas moteur pendant la pause. Le ramener au trou où la perforation s'est arrêtée ?";
-    if (c.p.dialogs().message_box(question, BoxButtons::YesNoDefaultNo) == BoxAnswer::Yes && !recule_Y(c, avance))
+    // "Oui" by default: Enter brings the card back to the hole.
+    if (c.p.dialogs().message_box(question, BoxButtons::YesNoDefaultYes) == BoxAnswer::Yes && !recule_Y(c, avance))
       return false;
   }
   s.place_arret.reset();
