@@ -118,7 +118,7 @@ std::optional<std::string> ecrit_sortie(const std::string& chemin, const std::fu
   if (fs::is_directory(chemin, ec)) return "écriture impossible : " + chemin + " est un dossier";
   errno = 0;
   std::ofstream out(partiel, std::ios::binary | std::ios::trunc);
-  if (!out) return "écriture impossible : " + chemin + (errno ? " (" + raison_systeme(errno) + ")" : "");
+  if (!out) return "écriture impossible : " + chemin + (errno ? " (" + texte_erreur_disque(errno) + ")" : "");
   const bool ok = ecrit(out) && out.flush();
   out.close();
   if (ok && out) fs::rename(partiel, chemin, ec);

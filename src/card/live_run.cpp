@@ -236,7 +236,7 @@ void LiveRun::start() {
 }
 
 void LiveRun::mark_from_journal() {
-  for (const JournalHole& j : holes_of_last_run(read_journal(journal_path(c_.s)), c_.s.nom_midi_court))
+  for (const JournalHole& j : holes_of_last_run(read_journal(c_.p.storage(), journal_path(c_.s)), c_.s.nom_midi_court))
     mark(j.step, j.track);
 }
 

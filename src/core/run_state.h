@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -13,6 +14,8 @@
 #include "core/traffic_log.h"
 
 namespace brivel {
+
+class Ecritures;
 
 struct RunState {
   // --- Position and geometry -------------------------------------------------
@@ -76,11 +79,20 @@ struct RunState {
   int port_salue = -1;             // the port number of that connection
   // Frames and replies of the line, for the fault report beside the context.
   TrafficLog trafic;
+  // The bytes that came during the last wait that ended without its reply,
+  // for the words of its fault.
+  std::string octets_inattendus;
   // The run engine (Command11_Click) is on the stack, suspended or not. A
   // device arrival must not reset the board under it.
   bool run_on_stack = false;
   // What the run does, for those who listen (journal, card view).
   RunEvents evenements;
+  // This console's writes to the disk (persistence/files), made at the
+  // first write.
+  std::shared_ptr<Ecritures> ecritures;
+  // A write of the run that failed (the context, the hole journal): what
+  // and why, until the run suspends on it.
+  std::string ecriture_en_defaut;
 
   // --- Calibration, manual control ---------------------------------------------
   bool arret_calibration = false;

@@ -172,7 +172,7 @@ void CardWindow::changed() {
 }
 
 bool CardWindow::head_to_last_hole() {
-  const auto holes = holes_of_last_run(read_journal(journal_path(c_.s)), c_.s.nom_midi_court);
+  const auto holes = holes_of_last_run(read_journal(c_.p.storage(), journal_path(c_.s)), c_.s.nom_midi_court);
   if (holes.empty() || holes.back().track < 1) {
     state_->setText(QStringLiteral("Aucun trou dans le journal pour ce morceau"));
     return false;
@@ -188,7 +188,7 @@ bool CardWindow::export_to(const QString& path, bool bounds_only) const {
   const CardLayout& l = live_->layout();
   const CardRange r = bounds_only ? run_bounds(l) : whole_card(l);
   const bool pdf = path.endsWith(QStringLiteral(".pdf"), Qt::CaseInsensitive);
-  return ecrit_fichier_atomique(path.toStdString(), pdf ? card_pdf(l, r) : card_svg(l, r));
+  return static_cast<bool>(ecrit_fichier_atomique(c_.p.storage(), path.toStdString(), pdf ? card_pdf(l, r) : card_svg(l, r)));
 }
 
 void CardWindow::transpose(int shift) {

@@ -1,5 +1,7 @@
 #include "import/fichier_midi.h"
 
+#include "platform/storage.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -27,7 +29,7 @@ std::optional<std::string> refus_fichier(const std::string& chemin, const std::s
   std::error_code ec;
   const fs::file_status st = fs::status(chemin, ec);
   if (st.type() == fs::file_type::not_found) return quoi + " introuvable : " + chemin;
-  if (ec) return quoi + " illisible : " + chemin + " (" + raison_systeme(ec.value()) + ")";
+  if (ec) return quoi + " illisible : " + chemin + " (" + texte_erreur_disque(ec.value()) + ")";
   if (st.type() == fs::file_type::directory) return quoi + " refusé : " + chemin + " est un dossier";
   if (st.type() != fs::file_type::regular)
     return quoi + " refusé : " + chemin + " n'est pas un fichier ordinaire (périphérique, tube ou socket)";
@@ -36,33 +38,11 @@ std::optional<std::string> refus_fichier(const std::string& chemin, const std::s
     return quoi + " refusé : " + chemin + " fait " + taille_texte(octets) + ", " + pourquoi_trop;
   errno = 0;
   std::ifstream in(chemin, std::ios::binary);
-  if (!in) return quoi + " illisible : " + chemin + (errno ? " (" + raison_systeme(errno) + ")" : "");
+  if (!in) return quoi + " illisible : " + chemin + (errno ? " (" + texte_erreur_disque(errno) + ")" : "");
   return std::nullopt;
 }
 
 }  // namespace
-
-std::string raison_systeme(int erreur) {
-  switch (erreur) {
-    case ENOENT:
-      return "dossier ou fichier introuvable";
-    case ENOTDIR:
-      return "un élément du chemin n'est pas un dossier";
-    case EACCES:
-    case EPERM:
-      return "accès refusé";
-    case EROFS:
-      return "disque en lecture seule";
-    case ENOSPC:
-      return "disque plein";
-    case EISDIR:
-      return "c'est un dossier";
-    case EBUSY:
-      return "occupé par un autre programme";
-    default:
-      return std::strerror(erreur);
-  }
-}
 
 std::optional<std::string> refus_fichier_midi(const std::string& chemin) {
   return refus_fichier(chemin, "Fichier Midi", kTailleMaxMidi,

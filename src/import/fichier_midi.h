@@ -32,10 +32,6 @@ std::optional<std::string> refus_fichier_texte(const std::string& chemin, const 
 // error.
 std::optional<std::string> lit_fichier_texte(const std::string& chemin);
 
-// The reason of a failed system call (an errno value) in French, for the
-// common cases a user can fix; the system's own words otherwise.
-std::string raison_systeme(int erreur);
-
 // The MIDI file read in slices of 64 KB, as the decoder moves through it.
 class SourceFichier : public SourceMidi {
  public:

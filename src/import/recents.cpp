@@ -50,7 +50,7 @@ void retient_morceau(Context& c, const std::string& chemin) {
   std::string texte;
   for (const auto& l : liste) texte += l + "\n";
   // A list that can't be written is only a convenience lost: no message.
-  ecrit_fichier_atomique(chemin_liste(c.s), texte);
+  ecritures(c).ecrit(chemin_liste(c.s), texte);
   montre(c.m, liste);
 }
 

@@ -114,10 +114,6 @@ bool un_drapeau(const RunState& s, unsigned flags) {
 }
 
 namespace {
-// The bytes that came during the last wait that ended without its reply,
-// for the words of its fault (one console, one thread).
-std::string g_inattendus;
-
 // What came from the board since the tick `depuis`: the traffic recorder
 // keeps every byte received. No reply can come between the frame and the
 // start of its wait, so these are the wait's own.
@@ -148,12 +144,12 @@ Attente attend(Context& c, const std::function<bool()>& fini, double delai_ms) {
     // Elapsed time on the tick, right across a wrap of the counter.
     const double passe = static_cast<double>(static_cast<uint32_t>(c.p.tick_ms()) - start);
     if (passe >= delai_ms) {
-      g_inattendus = recus_depuis(c.s.trafic, static_cast<int32_t>(start));
-      if (!g_inattendus.empty()) {
+      c.s.octets_inattendus = recus_depuis(c.s.trafic, static_cast<int32_t>(start));
+      if (!c.s.octets_inattendus.empty()) {
         // Bytes came, but none was the awaited reply: garbage on the line,
         // or a board that speaks another protocol.
         c.s.trafic.add(c.p.tick_ms(), '!',
-                       "réponse inattendue après " + str_plain(passe) + " ms : " + visible_bytes(g_inattendus));
+                       "réponse inattendue après " + str_plain(passe) + " ms : " + visible_bytes(c.s.octets_inattendus));
         return Attente::Inattendue;
       }
       c.s.trafic.add(c.p.tick_ms(), '!', "pas de réponse après " + str_plain(passe) + " ms");
@@ -191,7 +187,7 @@ void fin_echange_compte(Context& c, bool ligne_fermante) {
   if (ligne_fermante) envoie(c, kBareLF);
 }
 
-std::string texte_defaut_liaison(Attente a) {
+std::string texte_defaut_liaison(const RunState& s, Attente a) {
   switch (a) {
     case Attente::Reponse:
       return "";
@@ -200,7 +196,7 @@ std::string texte_defaut_liaison(Attente a) {
     case Attente::PortPerdu:
       return "Liaison série perdue";
     case Attente::Inattendue:
-      return "Réponse inattendue de la machine : " + visible_bytes(g_inattendus);
+      return "Réponse inattendue de la machine : " + visible_bytes(s.octets_inattendus);
     case Attente::CarteReinitialisee:
       return kCarteReinitialisee;
   }

@@ -83,7 +83,7 @@ void fin_echange_compte(Context& c, bool ligne_fermante);
 // machine", "Liaison série perdue", "Réponse inattendue de la machine : "
 // and the bytes of the last such wait, shown as in the traffic file);
 // empty for Attente::Reponse.
-std::string texte_defaut_liaison(Attente a);
+std::string texte_defaut_liaison(const RunState& s, Attente a);
 
 // Guard of the commands that need the machine: true if the port is open,
 // otherwise a French refusal on the service line.

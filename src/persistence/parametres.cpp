@@ -26,7 +26,7 @@ bool charge_parametres(Context& c) {
   const std::string nom = s.nom_fichier_set;
   if (nom.empty()) return false;
   const std::string chemin = s.dossier_appli + nom;
-  auto octets = lit_fichier_octets(chemin, kTailleMaxSet);
+  auto octets = lit_fichier_octets(c.p.storage(), chemin, kTailleMaxSet);
   if (!octets) {
     m.Label_defautP.set_text("Fichier de paramètres illisible : " + chemin);
     return false;
@@ -86,19 +86,20 @@ void Ouvre_param_Click(Context& c) {
   const std::string cible = c.s.dossier_appli + nom;
   std::error_code ec;
   if (!fs::equivalent(chemin, cible, ec)) {
-    auto octets = lit_fichier_octets(chemin, kTailleMaxSet);
+    auto octets = lit_fichier_octets(c.p.storage(), chemin, kTailleMaxSet);
     if (!octets) {
       m.Label_defautP.set_text("Fichier de paramètres illisible : " + chemin);
       return;
     }
-    auto deja = lit_fichier_octets(cible, kTailleMaxSet);
+    auto deja = lit_fichier_octets(c.p.storage(), cible, kTailleMaxSet);
     if (deja && *deja != *octets &&
         c.p.dialogs().message_box("Le fichier " + nom + " existe déjà dans la liste. Le remplacer par celui de " +
                                       fs::path(chemin).parent_path().string() + " ?",
                                   BoxButtons::YesNoDefaultNo) != BoxAnswer::Yes)
       return;
-    if (!ecrit_fichier_atomique(cible, *octets)) {
-      m.Label_defautP.set_text("Fichier de paramètres non copié : impossible d'écrire le fichier " + cible);
+    if (const Ecriture faite = ecritures(c).ecrit(cible, *octets); !faite) {
+      m.Label_defautP.set_text("Fichier de paramètres non copié : impossible d'écrire le fichier " + cible + " (" +
+                               faite.raison() + ")");
       return;
     }
   }
@@ -122,8 +123,9 @@ void Sauve_param_Click(Context& c) {
   if (!chemin.empty() && !finit_par_set(chemin)) chemin += ".set";
   if (!chemin.empty()) {
     c.p.set_busy(true);
-    if (!ecrit_fichier_atomique(chemin, texte_fichier(lignes_parametres(c.m, c.s))))
-      c.m.Label_defautP.set_text("Paramètres non sauvegardés : impossible d'écrire le fichier " + chemin);
+    if (const Ecriture faite = ecritures(c).ecrit(chemin, texte_fichier(lignes_parametres(c.m, c.s))); !faite)
+      c.m.Label_defautP.set_text("Paramètres non sauvegardés : impossible d'écrire le fichier " + chemin + " (" +
+                                 faite.raison() + ")");
   }
   c.p.set_busy(false);
   refresh_File1(c);

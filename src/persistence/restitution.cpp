@@ -69,13 +69,13 @@ void Restitue_contexte_Click(Context& c) {
 
   // Everything the restore needs is read and checked before anything
   // changes: a file that can't be restored leaves the console as it was.
-  auto octets = lit_fichier_octets(chemin, kTailleMaxContexte);
+  auto octets = lit_fichier_octets(c.p.storage(), chemin, kTailleMaxContexte);
   if (!octets) return c.m.Label_defautP.set_text("Contexte non restitué : " + chemin + " : fichier illisible");
   const std::string nom_set = premiere_ligne(*octets);
   if (nom_set.empty())
     return c.m.Label_defautP.set_text("Contexte non restitué : " + chemin +
                                       " : ligne 1 : pas de nom de fichier de paramètres");
-  auto octets_set = lit_fichier_octets(s.dossier_appli + nom_set);
+  auto octets_set = lit_fichier_octets(c.p.storage(), s.dossier_appli + nom_set);
   if (!octets_set)
     return c.m.Label_defautP.set_text("Contexte non restitué : " + chemin + " : ligne 1 : fichier de paramètres " +
                                       s.dossier_appli + nom_set + " introuvable ou illisible");

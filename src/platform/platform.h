@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "core/event_loop.h"
+#include "platform/storage.h"
 
 namespace brivel {
 
@@ -132,6 +133,9 @@ class Platform : public EventLoop {
   virtual void terminate_now() = 0;
 
   virtual std::optional<std::string> env(const std::string& name) = 0;
+
+  // The disk the console reads and writes its files on.
+  virtual Storage& storage() { return system_storage(); }
 };
 
 }  // namespace brivel

@@ -66,7 +66,7 @@ void Timer1_Timer(Context& c) {
   fin_echange_compte(c, false);
   if (a != Attente::Reponse) {
     lampes_neutres(m);
-    m.Label_defautP.set_text("Détecteurs : " + texte_defaut_liaison(a));
+    m.Label_defautP.set_text("Détecteurs : " + texte_defaut_liaison(c.s, a));
     return;
   }
   const auto couleurs = couleurs_detecteurs(r, m.Check1.value() == 1);

@@ -46,7 +46,7 @@ void read_EEPROM(Context& c) {
   s.octet_brut_attendu = false;
   envoie(c, kBareLF);
   if (a != Attente::Reponse) {
-    m.Label_defautP.set_text("Lecture EEPROM impossible : " + texte_defaut_liaison(a));
+    m.Label_defautP.set_text("Lecture EEPROM impossible : " + texte_defaut_liaison(c.s, a));
     return;
   }
   if (auto lettre = valeur_lettre(s)) {
@@ -69,7 +69,7 @@ void write_EEPROM(Context& c) {
   Attente a = attend(
       c, [&s] { return s.rep_A; }, kDelaiReponseMs);
   if (a != Attente::Reponse) {
-    m.Label_defautP.set_text("Ecriture EEPROM non confirmée : " + texte_defaut_liaison(a));
+    m.Label_defautP.set_text("Ecriture EEPROM non confirmée : " + texte_defaut_liaison(c.s, a));
     return;
   }
   attente_ms(c.p, kApresEcritureMs);

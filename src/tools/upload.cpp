@@ -152,7 +152,7 @@ void Prog_Click(Context& c, Carte carte) {
   Model& m = c.m;
   const std::string script = chemin_fichier_commande(c.s.dossier_appli);
   // Written before the question: a "No" leaves the new file on disk.
-  if (!ecrit_fichier_atomique(script,
+  if (!ecritures(c).ecrit(script,
                               fichier_commande(c.s.dossier_appli, c.p.serial().device_path(numero_port(c)), carte))) {
     m.Label_defautP.set_text("Programmation impossible : le fichier de commande " + script + " ne peut pas être écrit");
     return;

@@ -41,7 +41,7 @@ TEST(HoleJournal, OneLinePerConfirmedHoleOfARun) {
     r.continue_after(500);
     r.punch();
     EXPECT_TRUE(journal.healthy());
-    const std::string text = read_journal(journal.path());
+    const std::string text = read_journal(r.p.storage(), journal.path());
     ASSERT_EQ(text.rfind("# Perforation de piece ", 0), 0u) << text;
     if (!reworded) first = text;
     EXPECT_EQ(text, first);
@@ -69,7 +69,7 @@ TEST(HoleJournal, ARestoredRunShowsWhatWasPunched) {
   r.s.nom_midi_court = "piece";
   std::string text = journal_start_line("piece", 0) + "\r\n";
   for (int step : {74, 77, 80, 83, 86}) text += journal_line({0, "piece", step, 6, 108, (step - 2) * 10}) + "\r\n";
-  ASSERT_TRUE(append_durably(r.home + kJournalTrous, text.substr(0, text.size() - 2)));
+  ASSERT_EQ(r.p.storage().append(r.home + kJournalTrous, text), 0);
   r.s.reprise_contexte = true;
   LiveRun live(r.c);
   std::optional<std::pair<int, std::optional<size_t>>> at_start;

@@ -179,7 +179,7 @@ TEST(CrashResume, KilledAnywhereTheCardGetsEveryHoleAtItsPlace) {
   // The hole journal, written through every kill and restore: each line a
   // hole the board punched there; a hole is missing only where a kill fell
   // between the board's answer and the line.
-  const auto journal = holes_of_last_run(read_journal((m.home.dir / kJournalTrous).string()), "piece");
+  const auto journal = holes_of_last_run(read_journal(system_storage(), (m.home.dir / kJournalTrous).string()), "piece");
   std::multiset<std::string> journaled;
   for (const JournalHole& j : journal) {
     const std::string h = "X=" + std::to_string(j.x) + " Y=" + std::to_string(j.y);

@@ -90,7 +90,7 @@ TEST(Waits, HowAWaitEnds) {
     EXPECT_EQ(ecrit_et_attend(r.c, "MY00720\n", kRepA | kRepB, k.delai), k.ending) << k.what;
     EXPECT_EQ(r.p.now() - t0, k.took) << k.what;
     if (!k.words.empty()) {
-      EXPECT_EQ(texte_defaut_liaison(k.ending), k.words);
+      EXPECT_EQ(texte_defaut_liaison(r.s, k.ending), k.words);
       const auto lines = lignes_trafic(r.s.trafic);
       EXPECT_NE(lines.back().find(" ! " + k.recorded), std::string::npos) << lines.back();
     }

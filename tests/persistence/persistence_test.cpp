@@ -127,23 +127,23 @@ TEST(ContextFile, AWritePreparedAheadChangesNothingUntilTheSameWriteComes) {
   SimDesk d;
   const std::string f = d.home + "Perfo_en_cours.sav";
   std::ofstream(f) << "old";
-  const BilanPreparees avant = bilan_preparees();
+  Ecritures e(system_storage());
   // Prepared, then the same bytes: renamed; other bytes: dropped, and the
   // write that came is made in full; a second preparation drops the first.
   for (const char* came : {"new", "other"}) {
-    prepare_fichier_atomique(f, "new");
+    e.prepare(f, "new");
     EXPECT_EQ(d.read_file("Perfo_en_cours.sav"), "old");
-    ASSERT_TRUE(ecrit_fichier_atomique(f, came));
+    ASSERT_TRUE(e.ecrit(f, came));
     EXPECT_EQ(d.read_file("Perfo_en_cours.sav"), came);
     EXPECT_FALSE(fs::exists(f + ".pret"));
     std::ofstream(f) << "old";
   }
-  prepare_fichier_atomique(f, "first");
-  prepare_fichier_atomique(f, "second");
-  ASSERT_TRUE(ecrit_fichier_atomique(f, "first"));
+  e.prepare(f, "first");
+  e.prepare(f, "second");
+  ASSERT_TRUE(e.ecrit(f, "first"));
   EXPECT_EQ(d.read_file("Perfo_en_cours.sav"), "first");
-  EXPECT_EQ(bilan_preparees().renommees - avant.renommees, 1);
-  EXPECT_EQ(bilan_preparees().perdues - avant.perdues, 3);
+  EXPECT_EQ(e.bilan().renommees, 1);
+  EXPECT_EQ(e.bilan().perdues, 3);
 }
 
 TEST(SaveMenu, CancelThenAskWithTheFilterAndStartNameThenAFailedWrite) {
@@ -166,9 +166,38 @@ TEST(SaveMenu, CancelThenAskWithTheFilterAndStartNameThenAFailedWrite) {
   EXPECT_TRUE(d.m.Avance.enabled());
   d.p.sim_dialogs().save_answers.push_back(d.home + "nowhere/x.sav");
   d.m.Sauve_contexte.click();
-  EXPECT_EQ(d.m.Label_defautP.text(),
-            "Contexte non sauvegardé : impossible d'écrire le fichier " + d.home + "nowhere/x.sav");
+  EXPECT_EQ(d.m.Label_defautP.text(), "Contexte non sauvegardé : impossible d'écrire le fichier " + d.home +
+                                         "nowhere/x.sav (dossier ou fichier introuvable)");
   EXPECT_FALSE(d.p.busy());
+}
+
+// A save the disk refuses says why and leaves the file it would have
+// replaced as it was, with nothing beside it.
+TEST(SaveMenu, ADiskThatRefusesKeepsTheOldFile) {
+  using F = FaultyStorage::Fault;
+  const struct {
+    F fault;
+    const char* why;
+  } kCases[] = {{F::DiskFull, "disque plein"},
+                {F::WriteFails, "erreur d'entrée-sortie du disque"},
+                {F::RenameRefused, "occupé par un autre programme"},
+                {F::ReadOnly, "disque en lecture seule"}};
+  for (const auto& k : kCases) {
+    for (const bool parametres : {false, true}) {
+      SCOPED_TRACE(std::string(k.why) + (parametres ? " .set" : " .sav"));
+      SimDesk d;
+      const std::string nom = parametres ? "orgue.set" : "valse.sav";
+      std::ofstream(d.home + nom) << "ancien";
+      d.p.storage().set_fault(k.fault);
+      d.p.sim_dialogs().save_answers.push_back(d.home + nom);
+      (parametres ? d.m.Sauve_param : d.m.Sauve_contexte).click();
+      EXPECT_EQ(d.m.Label_defautP.text(), std::string(parametres ? "Paramètres non sauvegardés" : "Contexte non sauvegardé") +
+                                              " : impossible d'écrire le fichier " + d.home + nom + " (" + k.why + ")");
+      EXPECT_EQ(d.read_file(nom), "ancien");
+      d.p.storage().set_fault(F::None);
+      for (const auto& e : fs::directory_iterator(d.home)) EXPECT_EQ(e.path().filename().string().find(".tmp"), std::string::npos);
+    }
+  }
 }
 
 // The list shows the folder's .set files in name order, and the file the

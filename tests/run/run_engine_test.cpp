@@ -74,7 +74,6 @@ struct PieceRun : PunchRig {
 };
 
 TEST(RunEngine, HandWorkedPieceFrameByFrame) {
-  const BilanPreparees avant = bilan_preparees();
   // The note states at each hole: track 6 holds note 60, track 7 note 62.
   std::vector<std::tuple<int, int, std::string>> seen;
   PieceRun r({}, [&](PieceRun& r) {
@@ -107,8 +106,8 @@ TEST(RunEngine, HandWorkedPieceFrameByFrame) {
   EXPECT_TRUE(r.m.Avance.enabled() && r.m.nb_trou.visible() && r.s.perforation_lancee);
   // The context marked before each Y move that follows a hole was written
   // ahead, while the hole was punched, and only renamed.
-  EXPECT_EQ(bilan_preparees().renommees - avant.renommees, 15);
-  EXPECT_EQ(bilan_preparees().perdues, avant.perdues);
+  EXPECT_EQ(ecritures(r.c).bilan().renommees, 15);
+  EXPECT_EQ(ecritures(r.c).bilan().perdues, 0);
 }
 
 TEST(RunEngine, BoundsAndRefusals) {
@@ -285,9 +284,74 @@ TEST(Deferred, FiresAfterARunAtTomorrowsTimeAndCanBeTakenBack) {
       EXPECT_EQ(r.m.Label_defautP.text().rfind("Départ différé de 12:05:00 impossible : Machine non connectée", 0), 0u)
           << r.m.Label_defautP.text();
       EXPECT_TRUE(journal.healthy());
-      EXPECT_NE(cp1252_to_utf8(read_journal(journal.path())).find(" Départ différé de 12:05:00 impossible : "),
+      EXPECT_NE(cp1252_to_utf8(read_journal(r.p.storage(), journal.path())).find(" Départ différé de 12:05:00 impossible : "),
                 std::string::npos);
     }
+  }
+}
+
+// A disk that refuses a write of the run (the context at a card feed, the
+// journal at a hole) suspends it with what and why on the service line;
+// once the disk is set right, "Continuer" goes on and the card, the journal
+// and the context end as in a run that met no fault (the hole at which the
+// run held is punched once more, as after any fault, and counted).
+TEST(RunEngine, ADiskThatRefusesSuspendsTheRunUntilItIsSetRight) {
+  using F = FaultyStorage::Fault;
+  const struct {
+    F fault;
+    const char* file;
+    const char* said;
+  } kCases[] = {
+      {F::DiskFull, "Perfo_en_cours.sav",
+       "Écriture impossible : Perfo_en_cours.sav : disque plein - Contexte non sauvegardé (écriture impossible)"},
+      {F::RenameRefused, "Perfo_en_cours.sav",
+       "Écriture impossible : Perfo_en_cours.sav : occupé par un autre programme - Contexte non sauvegardé (écriture "
+       "impossible)"},
+      {F::WriteFails, "Journal_trous.txt",
+       "Écriture impossible : Journal_trous.txt : erreur d'entrée-sortie du disque - Contexte sauvegardé"},
+      {F::ReadOnly, "", "Écriture impossible : Perfo_en_cours.sav : disque en lecture seule - Contexte non sauvegardé "
+                        "(écriture impossible)"},
+  };
+  PieceRun clean;
+  // The context but its hole count (line 3).
+  auto context = [](const SimDesk& d) {
+    std::string t = d.read_file("Perfo_en_cours.sav");
+    const auto a = t.find("\r\n", t.find("\r\n") + 2) + 2;
+    return t.erase(a, t.find("\r\n", a) - a);
+  };
+  for (const auto& k : kCases) {
+    SCOPED_TRACE(k.said);
+    std::string said;
+    PunchRig r;
+    ASSERT_TRUE(r.load(kPiece));
+    r.s.nom_midi_court = "piece";
+    HoleJournal journal(r.c);
+    // The disk fails from the fifth hole on, until the run has suspended.
+    int holes = 0;
+    r.s.evenements.subscribe([&](const RunEvent& e) {
+      if (e.kind == RunEvent::Kind::Hole && ++holes == 5) r.p.storage().set_fault(k.fault, k.file);
+    });
+    r.m.subscribe([&](Element& e, Prop p) {
+      if (p == Prop::Text && &e == &r.m.Command12 && e.text() == "Continuer" && said.empty()) {
+        said = r.m.Label_defautP.text();
+        r.p.storage().set_fault(F::None);
+      }
+    });
+    r.continue_after(500);
+    r.punch();
+    EXPECT_EQ(said, k.said);
+    EXPECT_EQ(r.continues, 1);
+    EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée");
+    auto holes_made = r.holes();
+    EXPECT_EQ(r.s.compteur_trous, clean.s.compteur_trous + 1);
+    holes_made.erase(std::unique(holes_made.begin(), holes_made.end()), holes_made.end());
+    EXPECT_EQ(holes_made, clean.holes());
+    EXPECT_TRUE(journal.healthy());
+    const auto journaled = holes_of_last_run(read_journal(r.p.storage(), journal.path()), "piece");
+    ASSERT_EQ(journaled.size(), r.holes().size());
+    for (std::size_t i = 0; i < journaled.size(); ++i)
+      EXPECT_EQ(std::make_pair(journaled[i].x, static_cast<int>(journaled[i].y)), r.holes()[i]) << i;
+    EXPECT_EQ(context(r), context(clean));
   }
 }
 

@@ -70,16 +70,6 @@ std::string date_du_fichier(const fs::path& p) {
   return buf;
 }
 
-// The context this console wrote last, and the file it became: during a run
-// the file about to be overwritten is nearly always that one, and is then
-// not read again at every step.
-struct DernierEcrit {
-  std::string chemin;
-  std::vector<std::string> lignes;
-  struct stat st {};
-};
-DernierEcrit g_dernier;
-
 bool meme_fichier(const struct stat& a, const struct stat& b) {
   return a.st_ino == b.st_ino && a.st_dev == b.st_dev && a.st_size == b.st_size &&
          a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
@@ -89,14 +79,17 @@ bool meme_fichier(const struct stat& a, const struct stat& b) {
 // another piece or parameter file, or stands further back (a new run, an
 // idle console after a fault outside a run): the history folder holds the
 // last kContextesGardes of them, named by date and piece, oldest first.
-void archive_si_besoin(const std::string& dossier, const std::vector<std::string>& nouvelles, int n) {
+// The context this console wrote last, and the file it became, are kept:
+// during a run the file about to be overwritten is nearly always that one,
+// and is then not read again at every step.
+void archive_si_besoin(Ecritures& e, const std::string& dossier, const std::vector<std::string>& nouvelles, int n) {
   const fs::path actuel = fs::path(dossier) / kContexteAuto;
   struct stat st {};
   if (::stat(actuel.c_str(), &st) != 0) return;
-  if (g_dernier.chemin == actuel.string() && meme_fichier(g_dernier.st, st) &&
-      meme_course(cle(g_dernier.lignes, n), cle(nouvelles, n)))
+  if (e.dernier.chemin == actuel.string() && meme_fichier(e.dernier.st, st) &&
+      meme_course(cle(e.dernier.lignes, n), cle(nouvelles, n)))
     return;
-  auto octets = lit_fichier_octets(actuel.string());
+  auto octets = lit_fichier_octets(e.disque(), actuel.string());
   if (!octets) return;
   const auto anciennes = split_cp1252_lines(*octets);
   const auto a = cle(anciennes, n);
@@ -104,28 +97,32 @@ void archive_si_besoin(const std::string& dossier, const std::vector<std::string
   if (octets->empty()) return;
   std::error_code ec;
   const fs::path hist = fs::path(dossier) / kDossierHistorique;
-  fs::create_directories(hist, ec);
+  e.disque().make_folders(hist.string());
   std::string piece = a ? fs::path(a->chemin).stem().string() : std::string();
   if (piece.empty()) piece = "sans morceau";
   const std::string base = date_du_fichier(actuel) + " " + piece;
   fs::path cible = hist / (base + ".sav");
   for (int i = 2; fs::exists(cible, ec) && i < 1000; ++i) cible = hist / (base + " (" + std::to_string(i) + ").sav");
-  if (!ecrit_fichier_atomique(cible.string(), *octets)) return;
+  if (!ecrit_fichier_atomique(e.disque(), cible.string(), *octets)) return;
   std::vector<fs::path> gardes;
   for (fs::directory_iterator it(hist, ec), end; !ec && it != end; it.increment(ec))
     if (it->path().extension() == ".sav" && it->is_regular_file(ec)) gardes.push_back(it->path());
   std::sort(gardes.begin(), gardes.end());
-  for (std::size_t i = 0; i + kContextesGardes < gardes.size(); ++i) fs::remove(gardes[i], ec);
+  for (std::size_t i = 0; i + kContextesGardes < gardes.size(); ++i) e.disque().remove(gardes[i].string());
 }
 
 bool ecrit_auto(Context& c) {
+  Ecritures& e = ecritures(c);
   const auto lignes = lignes_contexte(c.m, c.s);
-  archive_si_besoin(c.s.dossier_appli, lignes, notes_in_use(c.m));
+  archive_si_besoin(e, c.s.dossier_appli, lignes, notes_in_use(c.m));
   const std::string chemin = c.s.dossier_appli + kContexteAuto;
-  g_dernier.chemin.clear();
-  if (!ecrit_fichier_atomique(chemin, texte_fichier(lignes))) return false;
+  e.dernier.chemin.clear();
+  if (const Ecriture faite = e.ecrit(chemin, texte_fichier(lignes)); !faite) {
+    c.s.ecriture_en_defaut = std::string(kContexteAuto) + " : " + faite.raison();
+    return false;
+  }
   struct stat st {};
-  if (::stat(chemin.c_str(), &st) == 0) g_dernier = {chemin, lignes, st};
+  if (::stat(chemin.c_str(), &st) == 0) e.dernier = {chemin, lignes, st};
   return true;
 }
 
@@ -184,7 +181,7 @@ std::vector<std::string> lignes_contexte(const Model& m, const RunState& s) {
 }
 
 void prepare_contexte_avant_avance(Context& c, RunState::AvanceY avance) {
-  prepare_fichier_atomique(c.s.dossier_appli + kContexteAuto, texte_fichier(lignes(c.m, c.s, true, avance)));
+  ecritures(c).prepare(c.s.dossier_appli + kContexteAuto, texte_fichier(lignes(c.m, c.s, true, avance)));
 }
 
 bool sauve_contexte_auto(Context& c) {
@@ -204,8 +201,9 @@ void Sauve_contexte_Click(Context& c) {
   const std::string path = c.p.dialogs().save_file(req);
   if (!path.empty()) {
     c.p.set_busy(true);
-    if (!ecrit_fichier_atomique(path, texte_fichier(lignes_contexte(c.m, c.s))))
-      c.m.Label_defautP.set_text("Contexte non sauvegardé : impossible d'écrire le fichier " + path);
+    if (const Ecriture faite = ecritures(c).ecrit(path, texte_fichier(lignes_contexte(c.m, c.s))); !faite)
+      c.m.Label_defautP.set_text("Contexte non sauvegardé : impossible d'écrire le fichier " + path + " (" +
+                                 faite.raison() + ")");
   }
   c.p.set_busy(false);
   refresh_File1(c);

@@ -41,6 +41,7 @@ inline constexpr const char* kMarqueAvanceY = "avance_Y_en_cours";
 // one, is first copied into the history folder.
 bool sauve_contexte_auto(Context& c);
 // The same without refreshing File1: what a run writes after each Y move.
+// A failure is kept in ecriture_en_defaut for the run to suspend on.
 bool ecrit_contexte_auto(Context& c);
 // Begins writing, on a thread of its own, the context that the run writes
 // before its next Y move (`avance`), as it will stand once the punch cycle

@@ -1,15 +1,10 @@
 #include "persistence/journal/hole_journal.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include "core/cp1252.h"
 #include "core/numbers.h"
@@ -83,24 +78,11 @@ std::vector<JournalHole> holes_of_last_run(const std::string& journal_text, cons
   return out;
 }
 
-std::string read_journal(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+std::string read_journal(Storage& disque, const std::string& path) {
+  return disque.read(path, std::size_t{1} << 30).value_or(std::string());
 }
 
-bool append_durably(const std::string& path, const std::string& line) {
-  // A journal made now is on the disk only once its folder lists it.
-  const bool nouveau = ::access(path.c_str(), F_OK) != 0;
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-  if (fd < 0) return false;
-  const std::string bytes = utf8_to_cp1252(line) + "\r\n";
-  // One write: a crash leaves the journal without the line or with part of
-  // it, never with a line of another hole in the middle.
-  const bool ok = ::write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()) && ::fdatasync(fd) == 0;
-  return ::close(fd) == 0 && ok && (!nouveau || sync_dossier_de(path));
-}
-
-HoleJournal::HoleJournal(Context& c) : c_(c) {
+HoleJournal::HoleJournal(Context& c) : c_(c), writer_(c.p.storage()) {
   subscription_ = c_.s.evenements.subscribe([this](const RunEvent& e) { heard(e); });
 }
 
@@ -118,16 +100,14 @@ void HoleJournal::heard(const RunEvent& e) {
       // A run restored from its context goes on in the journal's last run;
       // a later file of a chain goes on in its chain's.
       if (s.reprise_contexte || e.in_chain) return;
-      writer_.flush();
-      healthy_ = append_durably(path(), journal_start_line(s.nom_midi_court, c_.p.time_of_day_s())) && healthy_;
+      write(journal_start_line(s.nom_midi_court, c_.p.time_of_day_s()), true);
       return;
     case RunEvent::Kind::Ended:
       // The run's end: its last hole on the disk before anything else happens.
       writer_.flush();
       return;
     case RunEvent::Kind::DeferredFailed:
-      writer_.flush();
-      healthy_ = append_durably(path(), "# " + heure(c_.p.time_of_day_s()) + " " + e.text) && healthy_;
+      write("# " + heure(c_.p.time_of_day_s()) + " " + e.text, true);
       return;
     case RunEvent::Kind::Hole: {
       int track = 0;
@@ -139,7 +119,7 @@ void HoleJournal::heard(const RunEvent& e) {
                     e.step,               track,
                     e.x,                  static_cast<int64_t>(std::llround((e.step - demi) * val(m.NbpasY.text()))),
                     e.by_hand};
-      writer_.append(path(), journal_line(h));
+      write(journal_line(h), false);
       return;
     }
     default:
@@ -147,9 +127,14 @@ void HoleJournal::heard(const RunEvent& e) {
   }
 }
 
-bool HoleJournal::healthy() {
-  writer_.flush();
-  return healthy_ && writer_.healthy();
+void HoleJournal::write(const std::string& line, bool now) {
+  writer_.append(path(), line);
+  if (now) writer_.flush();
+  // The line before this one (or this one, when waited for) was refused.
+  if (const int err = writer_.take_error())
+    c_.s.ecriture_en_defaut = std::string(kJournalTrous) + " : " + texte_erreur_disque(err);
 }
+
+bool HoleJournal::healthy() { return writer_.waiting() == 0; }
 
 }  // namespace brivel

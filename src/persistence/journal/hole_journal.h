@@ -43,15 +43,13 @@ std::string journal_start_line(const std::string& piece, int time_of_day_s);
 std::vector<JournalHole> holes_of_last_run(const std::string& journal_text, const std::string& piece);
 
 // The bytes of the journal at `path`; empty when there is none.
-std::string read_journal(const std::string& path);
-
-// Appends `line` and a CR LF to `path` in one write and waits until it is on
-// the disk. False on any failure.
-bool append_durably(const std::string& path, const std::string& line);
+std::string read_journal(Storage& disque, const std::string& path);
 
 // Listens to the run's events and appends a line per confirmed hole of a
 // run to <dossier_appli>/Journal_trous.txt. It writes nothing into the
-// console and reads none of its captions, buttons or lamps.
+// console and reads none of its captions, buttons or lamps; a line the disk
+// refuses is kept for the next write and named in ecriture_en_defaut, for
+// the run to suspend on.
 class HoleJournal {
  public:
   explicit HoleJournal(Context& c);
@@ -60,16 +58,17 @@ class HoleJournal {
   HoleJournal& operator=(const HoleJournal&) = delete;
 
   std::string path() const;
-  // Waits until the lines handed over are on the disk; false once a line
-  // could not be written.
+  // Waits until the lines handed over are on the disk; false while a line
+  // waits for a disk that refused it.
   bool healthy();
 
  private:
   void heard(const RunEvent& e);
+  // Hands `line` over; with `now`, waits until it is on the disk.
+  void write(const std::string& line, bool now);
 
   Context& c_;
   int subscription_ = 0;
-  bool healthy_ = true;
   // The hole lines go to the disk beside the run, not in its way.
   DurableAppender writer_;
 };

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "platform/platform.h"
+#include "platform/sim/faulty_storage.h"
 #include "platform/queued_dialogs.h"
 #include "platform/receive_buffer.h"
 
@@ -128,6 +129,7 @@ class SimPlatform : public Platform {
   SerialPort& serial() override { return serial_; }
   DeviceNotifier& devices() override { return devices_; }
   Dialogs& dialogs() override { return dialogs_; }
+  FaultyStorage& storage() override { return storage_; }
   int add_timer(int interval_ms, std::function<void()> on_tick) override;
   void remove_timer(int id) override;
   int time_of_day_s() override;
@@ -203,6 +205,7 @@ class SimPlatform : public Platform {
   SimSerialPort serial_;
   SimDevices devices_;
   QueuedDialogs dialogs_;
+  FaultyStorage storage_{system_storage()};
   std::map<std::string, std::optional<std::string>> env_;
   std::vector<LineEntry> line_;
   bool busy_ = false;

@@ -39,7 +39,7 @@ void reprend(Context& c) {
   const Attente a = ecrit_et_attend(c, fixed_frame("ON"), kRepA | kRepB);
   if (a != Attente::Reponse) {
     // The board can't be asked: the run stays suspended, as for a "no".
-    m.Label_defautP.set_text(texte_defaut_liaison(a) + " - Résoudre le défaut avant de Continuer");
+    m.Label_defautP.set_text(texte_defaut_liaison(c.s, a) + " - Résoudre le défaut avant de Continuer");
     return;
   }
   if (s.rep_B) {

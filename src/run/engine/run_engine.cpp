@@ -104,6 +104,7 @@ bool reprend_la_place(Context& c) {
 // same hole punched once more.
 void attente_apres_trou(Context& c, Run& run) {
   RunState& s = c.s;
+  defaut_ecriture(c);  // a journal line refused at this hole
   for (;;) {
     if (s.etat_pause != 0 && !s.place_arret)
       s.place_arret = RunState::PlaceArret{s.compteur_X, s.compteur_Y, s.y_moteur};
@@ -184,6 +185,7 @@ void deplace_Y_suivi(Context& c) {
     if (faite) ecrit_contexte_auto(c);
   });
   s.avance_Y_en_cours.reset();  // also after a frame refused before the line
+  defaut_ecriture(c);
 }
 
 // The card to position p: moved in bounds, only counted before the start
@@ -322,6 +324,7 @@ void Command11_Click(Context& c) {
   // The run holds the line but in its wait after a hole (see there).
   s.commande_machine = true;
   s.place_arret.reset();
+  s.ecriture_en_defaut.clear();
   texte_en_cours(c);
   s.evenements.tell({RunEvent::Kind::SetUp});
   for (Element* e : {&m.Ouvre_midi, &m.Command11, &m.perfo_retard, &m.Avance}) e->set_enabled(false);

@@ -27,7 +27,7 @@ void attente_apres_mouvement(Context& c) { attente_ms_depuis(c.p, kMoveGapMs, c.
 void defaut_repos_poincon(Context& c) { defaut(c, "Erreur repos poinçon"); }
 
 // A wait that ended without a reply, or a frame that could not go out.
-void defaut_liaison(Context& c, Attente a) { defaut(c, texte_defaut_liaison(a)); }
+void defaut_liaison(Context& c, Attente a) { defaut(c, texte_defaut_liaison(c.s, a)); }
 
 // A move whose count the five digits can't carry: nothing went out.
 void defaut_refus(Context& c, std::string_view code, double value) {
@@ -68,6 +68,14 @@ void defaut(Context& c, const std::string& caption) {
   c.m.Label_defaut.set_text(caption);
   c.m.Label_defautP.set_text(caption + kSauve);
   mise_en_defaut(c);
+}
+
+bool defaut_ecriture(Context& c) {
+  if (c.s.ecriture_en_defaut.empty()) return false;
+  c.m.Label_defaut.set_text("Écriture impossible");
+  c.m.Label_defautP.set_text("Écriture impossible : " + c.s.ecriture_en_defaut + kSauve);
+  mise_en_defaut(c);
+  return true;
 }
 
 void debut_travail(Context& c) {
@@ -258,7 +266,9 @@ void mise_en_defaut(Context& c) {
       t += kNonSauve;
     c.m.Label_defautP.set_text(t);
   }
-  ecrit_fichier_atomique(c.s.dossier_appli + kTraficFaute, texte_fichier(lignes_trafic(c.s.trafic)));
+  // What failed is said now; "Continuer" tries the next write afresh.
+  c.s.ecriture_en_defaut.clear();
+  ecritures(c).ecrit(c.s.dossier_appli + kTraficFaute, texte_fichier(lignes_trafic(c.s.trafic)));
   c.m.Command12.set_text("Continuer");
   c.m.fenetre_moteurs.set_enabled(true);
   c.m.fenetre_notes.set_enabled(true);

@@ -37,6 +37,10 @@ void mise_en_defaut(Context& c);
 // A machine fault: its caption in Label_defaut, the same with
 // " - Contexte sauvegardé" on the service line, then mise_en_defaut.
 void defaut(Context& c, const std::string& caption);
+// A write of the run that the disk refused (ecriture_en_defaut): the run
+// suspends on it as on a machine fault, "Écriture impossible" and what and
+// why on the service line. False when no write had failed.
+bool defaut_ecriture(Context& c);
 
 // The recorder's file, written beside the context at each fault.
 inline constexpr const char* kTraficFaute = "Perfo_en_cours.trafic.txt";

@@ -31,13 +31,13 @@ bool attend_machine_prete(Context& c) {
   for (;;) {
     const Attente a = ecrit_et_attend(c, fixed_frame("ON"), kRepA | kRepB);
     if (a == Attente::PortPerdu || a == Attente::Delai) {
-      defaut(c, texte_defaut_liaison(a));
+      defaut(c, texte_defaut_liaison(c.s, a));
       return false;
     }
     const bool prete = a == Attente::Reponse && !c.s.rep_B;
     if (!prete)
       c.m.Label_defautP.set_text(a == Attente::Reponse ? "Calage origine impossible. Machine en marche?"
-                                                       : texte_defaut_liaison(a));
+                                                       : texte_defaut_liaison(c.s, a));
     attente_ms(c.p, kPauseQuestionMs);
     if (prete) return true;
   }
@@ -65,7 +65,7 @@ void recherche_origine(Context& c) {
   const Attente a =
       ecrit_et_attend(c, fixed_frame(m.Demipas.value() == 1 ? "oR" : "OR"), kRepA | kRepB | kRepD, delai_recherche_ms(m));
   if (a != Attente::Reponse) {
-    defaut(c, texte_defaut_liaison(a));
+    defaut(c, texte_defaut_liaison(c.s, a));
   } else {
     if (s.rep_B) defaut(c, "Erreur repos poinçon");
     if (s.rep_D) {
@@ -75,7 +75,7 @@ void recherche_origine(Context& c) {
       fin_echange_compte(c, e == Attente::Reponse);
       if (e != Attente::Reponse) {
         r.clear();
-        defaut(c, texte_defaut_liaison(e));
+        defaut(c, texte_defaut_liaison(c.s, e));
       }
     }
   }
