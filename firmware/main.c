@@ -213,8 +213,9 @@ static void detectors(void) {
 static void frame(void) {
   const uint32_t v = line.value;
   const uint16_t v16 = v > 65535 ? 65535 : (uint16_t)v;
-  if (proto_is(&line, 'P', 'X')) px_us = v16;
-  else if (proto_is(&line, 'P', 'Y')) py_us = v16;
+  /* A step shorter than the board drives keeps the duration it had. */
+  if (proto_is(&line, 'P', 'X')) px_us = v < PROTO_STEP_US_MIN ? px_us : v16;
+  else if (proto_is(&line, 'P', 'Y')) py_us = v < PROTO_STEP_US_MIN ? py_us : v16;
   else if (proto_is(&line, 'O', 'X')) ox_steps = v16;
   else if (proto_is(&line, 'I', 'Z')) iz_ms = v16;
   else if (proto_is(&line, 'M', 'Z')) mz_ms = v16;

@@ -32,6 +32,12 @@ extern "C" {
 #define PROTO_GREETING "\x1b" "BRIVEL\n"
 #define PROTO_GREETING_LEN 8
 
+/* The step durations the board drives, microseconds: "PX" or "PY" below the
+ * shortest is ignored (the duration in force stays), above the longest is
+ * driven at the longest. */
+#define PROTO_STEP_US_MIN 20
+#define PROTO_STEP_US_MAX 32000
+
 enum proto_event {
   PROTO_NONE,      /* nothing to do yet */
   PROTO_FRAME,     /* a whole frame: code and value in the reader */

@@ -6,6 +6,7 @@
 #include <util/delay.h>
 
 #include "pins.h"
+#include "protocol.h"
 
 static volatile uint32_t remaining, done, transitions;
 static volatile uint8_t axis_bit;
@@ -31,8 +32,8 @@ void steps_start(enum axis a, uint32_t count, uint16_t period_us) {
   if (count == 0) return;
   remaining = count;
   /* Prescaler 8: two ticks a microsecond; 32 ms a step at the most. */
-  if (period_us < 20) period_us = 20;
-  if (period_us > 32000) period_us = 32000;
+  if (period_us < PROTO_STEP_US_MIN) period_us = PROTO_STEP_US_MIN;
+  if (period_us > PROTO_STEP_US_MAX) period_us = PROTO_STEP_US_MAX;
   TCNT1 = 0;
   OCR1A = (uint16_t)(period_us * 2 - 1);
   TIFR1 = _BV(OCF1A);

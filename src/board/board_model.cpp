@@ -135,7 +135,9 @@ int64_t BoardModel::work_ms(const std::string& code, int value) const {
 BoardModel::Answer BoardModel::carry_out(const std::string& code, int value, int lost_steps) {
   Answer a;
   a.after_ms = work_ms(code, value);
-  if (code == "PX" || code == "PY" || code == "OX" || code == "IZ" || code == "MZ" || code == "PW") {
+  if ((code == "PX" || code == "PY") && value < kStepUsMin) {
+    // kept as it was
+  } else if (code == "PX" || code == "PY" || code == "OX" || code == "IZ" || code == "MZ" || code == "PW") {
     params_[code] = value;
   } else if (code == "Pw") {
     params_.erase("PW");

@@ -50,6 +50,9 @@ namespace brivel {
 
 // What the firmware writes after every reset: ESC, "BRIVEL", line feed.
 inline constexpr std::string_view kGreeting = "\x1b" "BRIVEL\n";
+// The shortest step the firmware drives (microseconds): a shorter "PX" or
+// "PY" is ignored.
+inline constexpr int kStepUsMin = 20;
 
 struct BoardOutput {
   int64_t at_ms = 0;     // virtual time at which the bytes go out

@@ -132,7 +132,6 @@ bool importe_lecture(Context& c, LectureEvenements&& l, const ReglagesImport& r,
   m.List3.clear_rows();
   s.pas_poincon = static_cast<int16_t>(r.largeur);
   s.nb_hors_gamme = 0;
-  if (l.head) m.Label4.set_text(s.chemin_midi);
   s.nb_hors_gamme = l.nb_hors_gamme;
   m.List3.set_rows(std::move(l.lignes));
   if (l.trop) arret_trop_evenements(c);
@@ -140,6 +139,9 @@ bool importe_lecture(Context& c, LectureEvenements&& l, const ReglagesImport& r,
     refuse_piece(c, message_aucune_note(notes_sans_fin));
     return false;
   }
+  // The title names the piece opened, HEAD line or not.
+  m.Label4.set_text(s.chemin_midi);
+  efface_compteurs_course(m);
   const std::string& derniere = m.List3.rows().back();
   const double total = val(std::string_view(derniere).substr(0, 7));
   AnalysePiece a = analyse_piece(total, s.ms_par_pas, s.pas_Y_mm, s.nb_hors_gamme);
@@ -219,9 +221,20 @@ void Ouvre_midi_Click(Context& c) {
     refuse_piece(c, message_fichier_illisible(s.chemin_midi));
     return;
   }
-  std::optional<LectureEvenements> lecture = ecrit ? relit_temp(s.chemin_midid, r, g) : std::nullopt;
+  // Inside a track, the rest of the piece is missing: a card punched from it
+  // would be spoilt. Behind the last whole track, nothing is.
+  const bool arret = s.midi_erreur_code != 0;
+  std::optional<LectureEvenements> lecture =
+      ecrit && (!arret || v.apres_les_pistes) ? relit_temp(s.chemin_midid, r, g) : std::nullopt;
   std::error_code ec;
   std::filesystem::remove(s.chemin_midid, ec);
+  if (arret && !v.apres_les_pistes) {
+    c.p.set_busy(false);
+    refuse_piece(c, service_conversion_interrompue(s.midi_erreur_code, s.midi_erreur_texte, false));
+    c.p.dialogs().message_box(message_conversion_interrompue(s.midi_erreur_code, s.midi_erreur_texte, false),
+                              BoxButtons::Ok);
+    return;
+  }
   if (!lecture) {
     c.p.set_busy(false);
     refuse_piece(c, message_temp_impossible(s.chemin_midid));
@@ -231,9 +244,10 @@ void Ouvre_midi_Click(Context& c) {
   const bool importe = importe_lecture(c, std::move(*lecture), r, v.notes_sans_fin);
   c.p.set_busy(false);
   if (importe) retient_morceau(c, s.chemin_midi);
-  if (s.midi_erreur_code != 0) {
-    if (importe) m.Label_defautP.set_text(service_conversion_interrompue());
-    c.p.dialogs().message_box(message_conversion_interrompue(s.midi_erreur_code, s.midi_erreur_texte, importe), BoxButtons::Ok);
+  if (arret && importe) {
+    m.Label_defautP.set_text(service_conversion_interrompue(s.midi_erreur_code, s.midi_erreur_texte, true));
+    c.p.dialogs().message_box(message_conversion_interrompue(s.midi_erreur_code, s.midi_erreur_texte, true),
+                              BoxButtons::Ok);
   }
 }
 

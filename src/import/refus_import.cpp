@@ -128,13 +128,17 @@ std::string raison_arret_midi(int16_t code, const std::string& texte) {
   }
 }
 
-std::string message_conversion_interrompue(int16_t code, const std::string& texte, bool importe) {
+std::string message_conversion_interrompue(int16_t code, const std::string& texte, bool apres_les_pistes) {
   return "La conversion du fichier Midi s'est arrêtée sur une erreur :\r\n" + raison_arret_midi(code, texte) + "\r\n" +
-         (importe ? "Le morceau est tronqué : seules les notes lues avant l'erreur seront perforées."
-                  : "Aucune note n'a pu être lue.");
+         (apres_les_pistes ? "L'en-tête annonce plus de pistes que le fichier n'en contient ; toutes celles qu'il "
+                             "contient ont été lues : le morceau est ouvert en entier."
+                           : "Le morceau n'est pas ouvert : un morceau tronqué gâcherait le carton.");
 }
 
-std::string service_conversion_interrompue() { return "ATTENTION : fichier Midi endommagé, morceau tronqué"; }
+std::string service_conversion_interrompue(int16_t code, const std::string& texte, bool apres_les_pistes) {
+  return apres_les_pistes ? "ATTENTION : fichier Midi endommagé, pistes annoncées absentes"
+                          : "Fichier Midi refusé : " + raison_arret_midi(code, texte);
+}
 
 std::string message_limite_calcul_ponts() {
   return "Calcul limité à 99 pas moteur par pas de perforation et à un paramètre de pont de 99";
@@ -142,12 +146,27 @@ std::string message_limite_calcul_ponts() {
 
 std::string message_pas_moteur_ponts() { return "Calcul impossible : le Pas moteur Y doit être supérieur à 0"; }
 
+void efface_compteurs_course(Model& m) {
+  m.affiche_note.set_text("");
+  m.compteurXY(2).set_text("0");
+  m.Long_perforee.set_text("0");
+  m.gauge1.set_value(0);
+}
+
 void refuse_piece(Context& c, const std::string& message) {
   Model& m = c.m;
+  RunState& s = c.s;
   m.List3.clear_rows();
   m.Label9.set_text(" 0");
   // Nothing of the refused piece, nor of the one before, stays shown.
-  m.gauge1.set_value(0);
+  m.Label4.set_text("");
+  for (Element* e : {&m.Deb_perf_mn, &m.Deb_perf_sec, &m.Fin_perf_mn, &m.Fin_perf_sec, &m.Text7, &m.Text8})
+    e->set_text("");
+  s.fin_saisie = false;  // writing the end fields above set it
+  s.duree_ms = 0;
+  s.reste_fin_ms = 0;
+  s.nom_midi_court.clear();
+  efface_compteurs_course(m);
   m.Command11.set_enabled(false);
   m.perfo_retard.set_enabled(false);
   m.Label_defautP.set_text(message);

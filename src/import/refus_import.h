@@ -45,19 +45,24 @@ std::string message_temp_impossible(const std::string& chemin);
 // `notes_sans_fin`: notes that began and never ended, which the converter
 // drops; the message then says so.
 std::string message_aucune_note(int64_t notes_sans_fin = 0);
-// Box after a conversion that stopped early; `importe` says whether notes
-// were read before the stop.
-std::string message_conversion_interrompue(int16_t code, const std::string& texte, bool importe);
+// Box after a conversion that stopped early. `apres_les_pistes`: behind
+// every track the file holds (the piece opens whole); otherwise inside one,
+// and the piece is refused.
+std::string message_conversion_interrompue(int16_t code, const std::string& texte, bool apres_les_pistes);
 // What went wrong with the file, in the operator's words, for a stop of the
 // decoder: its code, or its own text where that is worded so already.
 std::string raison_arret_midi(int16_t code, const std::string& texte);
-std::string service_conversion_interrompue();
+// The service line after such a stop.
+std::string service_conversion_interrompue(int16_t code, const std::string& texte, bool apres_les_pistes);
 std::string message_limite_calcul_ponts();
 std::string message_pas_moteur_ponts();
 
-// The opening can't go on: the service line says why, the event list is
-// emptied and neither a run nor a deferred run can start.
+// The opening can't go on: the service line says why, and nothing of the
+// refused piece nor of the one before stays shown (title, bounds, event
+// list, counters, progress): neither a run nor a deferred run can start.
 void refuse_piece(Context& c, const std::string& message);
+// The counters of the last run back to nothing, for a new piece.
+void efface_compteurs_course(Model& m);
 
 // The list has passed 32767 rows: the three-line box, then the program ends
 // at once, without the quit sequence.

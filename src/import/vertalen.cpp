@@ -49,6 +49,7 @@ class Converter {
     } catch (const ArretMidi& a) {
       result.midi_erreur_code = a.code;
       result.midi_erreur_texte = texte_arret_midi(a, location_);
+      result.apres_les_pistes = !dans_piste_ && pistes_lues_ > 0;
     } catch (const Interruption&) {
       result.interrompu = true;
     }
@@ -101,6 +102,7 @@ class Converter {
     r_.verifie();
     if (r_.bloc(4) != "MTrk") throw ArretMidi{kMidiSansMTrk, false};
     r_.saute(4);  // the chunk's length: a track ends at its End of Track
+    dans_piste_ = true;
     for (auto& ch : debut_tick_) ch.fill(-1);
     open_.clear();
     for (auto& ch : nb_actives_) ch.fill(0);
@@ -114,6 +116,8 @@ class Converter {
     first_ = first_of_format1;
     while (event()) {
     }
+    dans_piste_ = false;
+    ++pistes_lues_;
     notes_sans_fin_ += static_cast<int64_t>(open_.size());  // dropped without a line
   }
 
@@ -427,6 +431,8 @@ class Converter {
   int denominator_ = 4;
   int64_t location_ = 0;
   int64_t notes_sans_fin_ = 0;
+  bool dans_piste_ = false;  // between a track's header and its End of Track
+  int64_t pistes_lues_ = 0;
 };
 
 }  // namespace

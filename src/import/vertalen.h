@@ -18,6 +18,9 @@ struct VertalenResult {
   std::string midi_erreur_texte;  // empty when all went well
   int64_t notes_sans_fin = 0;     // notes still open at their track's end, dropped without a line
   bool interrompu = false;        // the sink asked for no more text: the file is cut short
+  // The stop came behind a whole track, looking for one more (a header that
+  // counts more tracks than the file holds): every note read is complete.
+  bool apres_les_pistes = false;
 };
 
 // `chemin_midi` is the path shown in the HEAD line (UTF-8; written in the

@@ -39,6 +39,11 @@ std::string refusal_text(std::string_view code, double value);
 // EEPROM cell that holds it is read with the greeting's watch off.
 inline constexpr std::string_view kSalutCarte = "\x1b" "BRIVEL\n";
 
+// The step durations our firmware drives ("PX", "PY", microseconds): a
+// shorter one is ignored, a longer one driven at the longest.
+inline constexpr int kPasMinUs = 20;
+inline constexpr int kPasMaxUs = 32000;
+
 // Receive side, single-character mode: clears the five reply flags, then
 // raises the one that `ch` stands for ("A" to "D", exactly), or stores it in
 // car_autre with rep_autre.

@@ -8,7 +8,9 @@
 #include "link/param_push.h"
 #include "persistence/files/parameter_file.h"
 #include "persistence/files/text_file.h"
+#include "import/refus_import.h"
 #include "persistence/persistence.h"
+#include "persistence/refus_parametres.h"
 
 namespace brivel {
 
@@ -22,6 +24,7 @@ bool charge_parametres(Context& c) {
   Model& m = c.m;
   RunState& s = c.s;
   s.mesure_origine = 0;
+  const std::string en_cours = s.nom_fichier_set;
   if (!s.reprise_contexte) s.nom_fichier_set = m.File1.selected() >= 0 ? m.File1.row(m.File1.selected()) : "";
   const std::string nom = s.nom_fichier_set;
   if (nom.empty()) return false;
@@ -29,6 +32,21 @@ bool charge_parametres(Context& c) {
   auto octets = lit_fichier_octets(c.p.storage(), chemin, kTailleMaxSet);
   if (!octets) {
     m.Label_defautP.set_text("Fichier de paramètres illisible : " + chemin);
+    return false;
+  }
+  // Checked whole first: a file refused changes nothing of the instrument
+  // in use, and nothing of it reaches the board.
+  if (auto refus = refus_fichier_parametres(m, *octets)) {
+    s.nom_fichier_set = en_cours;
+    const auto& rows = m.File1.rows();
+    const auto at = std::find(rows.begin(), rows.end(), en_cours);
+    m.File1.set_selected(at == rows.end() ? -1 : static_cast<int>(at - rows.begin()));
+    // The piece opened meant to be punched with the instrument chosen now.
+    refuse_piece(c, "Fichier de paramètres refusé : " + nom + " : " + *refus);
+    c.p.dialogs().message_box("Le fichier de paramètres " + nom + " est refusé :\r\n" + *refus + "\r\n" +
+                                  (en_cours.empty() ? std::string("Aucun instrument n'est chargé.")
+                                                    : "L'instrument en cours reste celui de " + en_cours + "."),
+                              BoxButtons::Ok);
     return false;
   }
   // Each value lands in its field in the order of the lines, and each

@@ -7,7 +7,16 @@
 #include <string>
 #include <vector>
 
+#include "board/board_model.h"
+#include "link/frames.h"
+
 namespace {
+
+// The console and the firmware agree on the greeting and on the step
+// durations the board drives.
+static_assert(brivel::kSalutCarte == PROTO_GREETING);
+static_assert(brivel::kPasMinUs == PROTO_STEP_US_MIN && brivel::kPasMaxUs == PROTO_STEP_US_MAX &&
+              brivel::kStepUsMin == PROTO_STEP_US_MIN);
 
 // Feeds `bytes`, answering a frame as the firmware does for the few codes
 // that open a dialogue; returns what went back on the line, and a mark per

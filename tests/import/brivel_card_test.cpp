@@ -78,7 +78,8 @@ TEST(BrivelCard, ReportLineAndFiles) {
   } cases[] = {
       {"--rows " + q(f.path + "rows0.txt") + q(f.path + "no.mid"), 1,
        "{\"rows\":0,\"Label9\":\" 0\",\"Text8\":\"\",\"Fin_perf_mn\":\"\",\"Fin_perf_sec\":\"\","
-       "\"Label_defautP\":\"Aucune note à perforer dans ce fichier Midi\",\"nb_hors_gamme\":0,"
+       "\"Label_defautP\":\"Fichier Midi refusé : ce n'est pas un fichier Midi (il ne commence pas par l'en-tête des "
+       "fichiers Midi)\",\"nb_hors_gamme\":0,"
        "\"midi_erreur_code\":5,\"midi_erreur_texte\":\"Midifile corrupt: header MThd not in file.\"}\n",
        true},
       {"--set " + q(f.path + "zero.set") + q(f.path + "do.mid"), 1,

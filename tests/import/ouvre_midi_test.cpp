@@ -64,5 +64,52 @@ TEST(OpenPiece, ScaleCheck) {
   }
 }
 
+// A bad file opened after a good piece leaves nothing that "Perforer" could
+// punch, and the console says so everywhere at once; a file whose header
+// only promises one track too many opens whole.
+TEST(OpenPiece, ABadFileAfterAGoodOneLeavesNoPieceShown) {
+  // Two tracks announced, one present.
+  std::string deux_pistes = tiny_midi();
+  deux_pistes[11] = 2;
+  const struct {
+    const char* what;
+    std::string bytes;
+    bool opens;
+    std::string service;  // its beginning
+  } kCases[] = {
+      {"not MIDI", "Ceci n'est pas un morceau", false, "Fichier Midi refusé : ce n'est pas un fichier Midi"},
+      {"empty", "", false, "Fichier Midi refusé : ce n'est pas un fichier Midi"},
+      {"cut inside its track", tiny_midi(false), false,
+       "Fichier Midi refusé : le fichier s'arrête au milieu d'une piste"},
+      {"a track short of its header", deux_pistes, true, "ATTENTION : fichier Midi endommagé, pistes annoncées absentes"},
+  };
+  for (const auto& k : kCases) {
+    SCOPED_TRACE(k.what);
+    Desk d;
+    write_file(d.home + "bon.mid", tiny_midi());
+    write_file(d.home + "autre.mid", k.bytes);
+    d.open(d.home + "bon.mid");
+    ASSERT_TRUE(d.m.Command11.enabled());
+    // The last run's counters, which no new piece keeps.
+    d.m.affiche_note.set_text("C3");
+    d.m.Long_perforee.set_text("1.100 m");
+    d.m.gauge1.set_value(40);
+    d.open(d.home + "autre.mid");
+    EXPECT_EQ(d.m.Label_defautP.text().rfind(k.service, 0), 0u) << d.m.Label_defautP.text();
+    EXPECT_EQ(d.boxes().size(), 1u);
+    EXPECT_EQ(d.m.Command11.enabled(), k.opens);
+    EXPECT_EQ(d.m.perfo_retard.enabled(), k.opens);
+    EXPECT_EQ(d.m.Label4.text(), k.opens ? d.home + "autre.mid" : "");
+    EXPECT_EQ(d.m.List3.count() > 0, k.opens);
+    EXPECT_EQ(d.m.Fin_perf_sec.text(), k.opens ? "0" : "");
+    EXPECT_EQ(d.s.duree_ms > 0, k.opens);
+    EXPECT_EQ(d.m.affiche_note.text(), "");
+    EXPECT_EQ(d.m.Long_perforee.text(), "0");
+    EXPECT_EQ(d.m.gauge1.value(), 0);
+    EXPECT_EQ(d.m.recent(1).tooltip(), d.home + (k.opens ? "autre.mid" : "bon.mid"));
+    EXPECT_EQ(d.m.recent(2).tooltip(), k.opens ? d.home + "bon.mid" : "");
+  }
+}
+
 }  // namespace
 }  // namespace brivel::test

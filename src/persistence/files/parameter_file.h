@@ -50,6 +50,7 @@ struct LectureParametres {
 // Text17 (line 157) that comes out empty is given "6".
 LectureParametres lit_fichier_parametres(std::string_view octets);
 
+
 // The 162 lines of the fields as they stand (UTF-8, no line ends): text
 // fields verbatim, numbers in the number form (" 1", "-1"). Line 18 repeats
 // NBTouches, line 151 repeats Check1; all 63 note entries are written,
