@@ -153,6 +153,9 @@ struct RunState {
     int64_t y_moteur = 0;
   };
   std::optional<PlaceArret> place_arret;
+  // The operator's own "Nb Pas X" and "Nb Pas Y", which the run's moves
+  // replace while it runs: back in the fields in a pause and at its end.
+  std::string pas_X_operateur, pas_Y_operateur;
   // The punch cycle under way is one of the piece's holes (set by the run
   // around its cycles); any other cycle is the operator's, by hand.
   bool cycle_de_la_piece = false;

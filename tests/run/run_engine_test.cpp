@@ -355,6 +355,43 @@ TEST(RunEngine, ADiskThatRefusesSuspendsTheRunUntilItIsSetRight) {
   }
 }
 
+// Held in a pause, the step fields are the operator's and stay theirs, the
+// line says the run is paused and how to go on (after a hand origin search
+// too), and "Avance" feeds the card: a feed the question then offers to
+// bring back.
+TEST(RunEngine, APauseDoesNotSurprise) {
+  std::vector<std::string> at_hold;
+  PieceRun r({}, [&](PieceRun& r) {
+    r.at_line(3, [&r, &at_hold] {
+      r.m.Command12.operator_click();
+      r.p.at(r.p.now() + 500, [&r, &at_hold] {
+        at_hold = {r.m.nb_PasX.text(), r.m.nb_PasY.text(), r.m.Label_defautP.text()};
+        r.m.nb_PasX.set_text("12");
+        ASSERT_TRUE(r.m.fenetre_moteurs.operator_click());
+        EXPECT_TRUE(r.m.OrigineX_M.operator_click());
+        at_hold.push_back(r.m.Label_defautP.text());
+        r.m.fenetre_perforation.operator_click();
+        r.p.at(r.p.now() + 1000, [&r] { r.m.Avance.operator_click(); });
+        ASSERT_TRUE(r.m.Avance.operator_click());
+        at_hold.push_back(r.m.nb_PasX.text());
+        r.p.sim_dialogs().box_answers.push_back(BoxAnswer::Yes);
+        r.m.Command12.operator_click();
+      });
+    });
+    r.m.nb_PasX.set_text("7");
+    r.m.nb_PasY.set_text("3");
+  });
+  EXPECT_EQ(at_hold, (Strings{"7", "3", "Contexte sauvegardé - Cliquer Continuer pour reprendre",
+                              "Perforation en pause - Cliquer Continuer pour reprendre", "12"}));
+  EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée");
+  EXPECT_EQ(r.m.nb_PasX.text() + " " + r.m.nb_PasY.text(), "12 200");
+  ASSERT_EQ(r.p.sim_dialogs().boxes.size(), 1u);
+  EXPECT_EQ(r.p.sim_dialogs().boxes[0].rfind("Le carton a avancé de ", 0), 0u);
+  Holes want = reference_holes();
+  want.push_back({108, 840});  // the hole where the run stood, once more
+  EXPECT_EQ(sorted(r.holes()), sorted(want));
+}
+
 TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
   // A pause at the 4th row of the held note (Y 840), work by hand on the motor page, then "Continuer": the run
   // brings the head back to the hole before it punches it again.
@@ -370,19 +407,20 @@ TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
     Holes extra;              // holes beyond the reference run and its repeated hole
     int y_shift, hand_holes;  // motor steps later holes stand further down the card
     bool enter = false;       // the question answered by its default button
+    const char* fields = "7 3";  // the step fields after the run: the operator's, as the pause left them
   } cases[] = {
       {"origin search by hand", [](PieceRun& r) { r.m.Origine_N.operator_click(); }, std::nullopt, {}, 0, 0},
-      {"Y by hand, brought back", y_by_hand, BoxAnswer::Yes, {}, 0, 0},
+      {"Y by hand, brought back", y_by_hand, BoxAnswer::Yes, {}, 0, 0, false, "7 200"},
       // "Non": the card stays where the hand left it, and so does the rest of the piece.
-      {"Y by hand, left there", y_by_hand, BoxAnswer::No, {}, 200, 0},
-      {"Y by hand, Enter: brought back", y_by_hand, std::nullopt, {}, 0, 0, true},
+      {"Y by hand, left there", y_by_hand, BoxAnswer::No, {}, 200, 0, false, "7 200"},
+      {"Y by hand, Enter: brought back", y_by_hand, std::nullopt, {}, 0, 0, true, "7 200"},
       {"a hole by hand after X+ 50",
        [](PieceRun& r) {
          r.m.nb_PasX.set_text("50");
          r.m.CommandeX_P.operator_click();
          r.m.CommandeZ_M.operator_click();
        },
-       std::nullopt, {{158, y_hole}}, 0, 1},
+       std::nullopt, {{158, y_hole}}, 0, 1, false, "50 3"},
   };
   for (const auto& k : cases) {
     PieceRun r({}, [&k](PieceRun& r) {
@@ -400,7 +438,7 @@ TEST(RunEngine, NothingDoneInAPauseSpoilsTheCard) {
       r.m.nb_PasY.set_text("3");
     });
     EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée") << k.what;
-    EXPECT_EQ(r.m.nb_PasX.text() + " " + r.m.nb_PasY.text(), "7 3") << k.what;
+    EXPECT_EQ(r.m.nb_PasX.text() + " " + r.m.nb_PasY.text(), k.fields) << k.what;
     Holes want = reference_holes();
     for (auto& h : want)
       if (h.second > y_hole) h.second += k.y_shift;

@@ -36,6 +36,12 @@ void reprend(Context& c) {
     m.Avance.set_enabled(false);
     return;
   }
+  // The feed goes on inside this click: "Stop" first, the board can answer
+  // only one of them.
+  if (s.avance_continue) {
+    m.Label_defautP.set_text("Arrêter l'avance du carton avant de Continuer");
+    return;
+  }
   const Attente a = ecrit_et_attend(c, fixed_frame("ON"), kRepA | kRepB);
   if (a != Attente::Reponse) {
     // The board can't be asked: the run stays suspended, as for a "no".

@@ -110,12 +110,27 @@ void attente_apres_trou(Context& c, Run& run) {
       s.place_arret = RunState::PlaceArret{s.compteur_X, s.compteur_Y, s.y_moteur};
     const bool ligne = s.commande_machine;
     s.commande_machine = false;
+    // Held: the step fields are the operator's, and the card can be fed.
+    const bool tenu = s.etat_pause != 0;
+    const std::string pas_X = c.m.nb_PasX.text(), pas_Y = c.m.nb_PasY.text();
+    if (tenu) {
+      c.m.nb_PasX.set_text(s.pas_X_operateur);
+      c.m.nb_PasY.set_text(s.pas_Y_operateur);
+      c.m.Avance.set_enabled(true);
+    }
     while (s.etat_pause != 0) {
       c.p.turn();
       if (!run.pause_vue) {
         fin_travail(c);
         run.pause_vue = true;
       }
+    }
+    if (tenu) {
+      c.m.Avance.set_enabled(false);
+      s.pas_X_operateur = c.m.nb_PasX.text();
+      s.pas_Y_operateur = c.m.nb_PasY.text();
+      c.m.nb_PasX.set_text(pas_X);
+      c.m.nb_PasY.set_text(pas_Y);
     }
     s.commande_machine = ligne;
     if (s.realignement_demande == 0 && !run.pause_vue) return;
@@ -318,8 +333,11 @@ void Command11_Click(Context& c) {
   if (!bornes(c, run)) return;
 
   // The run moves the machine through the step fields; the operator's own
-  // values come back at its end.
-  const std::string pas_X = m.nb_PasX.text(), pas_Y = m.nb_PasY.text();
+  // values come back in a pause and at its end.
+  if (!sur_la_pile) {
+    s.pas_X_operateur = m.nb_PasX.text();
+    s.pas_Y_operateur = m.nb_PasY.text();
+  }
   s.run_on_stack = true;
   // The run holds the line but in its wait after a hole (see there).
   s.commande_machine = true;
@@ -373,8 +391,8 @@ void Command11_Click(Context& c) {
   s.run_on_stack = sur_la_pile;
   if (!sur_la_pile) {
     s.commande_machine = false;
-    m.nb_PasX.set_text(pas_X);
-    m.nb_PasY.set_text(pas_Y);
+    m.nb_PasX.set_text(s.pas_X_operateur);
+    m.nb_PasY.set_text(s.pas_Y_operateur);
   }
 }
 

@@ -45,8 +45,12 @@ bool attend_machine_prete(Context& c) {
 }  // namespace
 
 void texte_en_cours(Context& c) {
-  c.m.Label_defautP.set_text(c.s.mode_simulation ? "Perforation en cours - Mode simulation"
-                                                 : "Perforation en cours");
+  // An origin search by hand in a pause leaves the run paused.
+  if (c.s.etat_pause != 0 && c.s.run_on_stack)
+    c.m.Label_defautP.set_text(kTextePause);
+  else
+    c.m.Label_defautP.set_text(c.s.mode_simulation ? "Perforation en cours - Mode simulation"
+                                                   : "Perforation en cours");
 }
 
 void recherche_origine(Context& c) {

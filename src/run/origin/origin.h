@@ -16,7 +16,9 @@ void recherche_origine(Context& c);
 
 // "Perforation en cours" on the service line, with " - Mode simulation" in
 // a simulation.
+// In a pause of a run: the run is paused, and how to go on.
 void texte_en_cours(Context& c);
+inline constexpr const char* kTextePause = "Perforation en pause - Cliquer Continuer pour reprendre";
 
 // The two buttons of the operator (note page and motor page): a search in a
 // working sequence of its own.
