@@ -6,6 +6,7 @@
 //                       offscreen platform)
 #include <QApplication>
 #include <QLibraryInfo>
+#include <QLabel>
 #include <QLocale>
 #include <QTranslator>
 #include <QFileInfo>
@@ -115,9 +116,12 @@ int main(int argc, char** argv) {
   brivel::gui::MainWindow window(app.c, [&app] { app.Form_QueryUnload(); });
   // The reason a red lamp is red, also in the status bar, where a new user
   // looks for it.
-  const int reason = app.m.subscribe([&window, &app](brivel::Element& e, brivel::Prop p) {
-    if (&e == &app.m.Shape1 && p == brivel::Prop::ToolTip)
-      window.statusBar()->showMessage(QString::fromStdString(e.tooltip()));
+  // Wrapped, not cut at the window's edge.
+  auto* reason_text = new QLabel(&window);
+  reason_text->setWordWrap(true);
+  window.statusBar()->addWidget(reason_text, 1);
+  const int reason = app.m.subscribe([reason_text, &app](brivel::Element& e, brivel::Prop p) {
+    if (&e == &app.m.Shape1 && p == brivel::Prop::ToolTip) reason_text->setText(QString::fromStdString(e.tooltip()));
   });
   window.show();
   QApplication::processEvents();

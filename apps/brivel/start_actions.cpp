@@ -8,6 +8,7 @@
 
 #include "console/file_list.h"
 #include "core/numbers.h"
+#include "persistence/persistence.h"
 #include "platform/qt/qt_platform.h"
 
 namespace brivel::start {
@@ -79,6 +80,9 @@ int run(ConsoleApp& app, Dialogs& real_dialogs, QtPlatform& platform, const Opti
     for (int i = 0; i < m.File1.count(); ++i)
       if (m.File1.row(i) == dans_dossier.filename().string()) m.File1.set_selected(i);
     m.File1.click();
+  } else {
+    // The console comes back as it was left: its instrument, its port.
+    reprend_dernier_parametres(app.c);
   }
   if (o.port > 0) {
     m.fenetre_moteurs.operator_click();

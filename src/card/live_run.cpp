@@ -43,20 +43,53 @@ void LiveRun::heard(const RunEvent& e) {
     case RunEvent::Kind::Started:
       // The origin is found and the run walks the list from here (each file
       // of a chain; the set-up is measured on the first).
-      if (!e.in_chain) setup_ms_ = asked_at_ ? static_cast<double>(now() - *asked_at_) : 0;
+      if (!e.in_chain) {
+        setup_ms_ = asked_at_ ? static_cast<double>(now() - *asked_at_) : 0;
+        chain_files_.clear();
+        chain_ms_ = 0;
+        chain_again_ = chain_by_hand_ = 0;
+      }
       asked_at_.reset();
       start();
       break;
     case RunEvent::Kind::Hole:
+      going_on();
       hole_done();
+      break;
+    case RunEvent::Kind::Row:
+      if (!running_) return;
+      going_on();
+      if (e.step > 0) row_done(e.step);
+      break;
+    case RunEvent::Kind::PieceChanged:
+      // The opening is over, bounds included: laid out again when asked.
+      dirty_ = true;
+      if (!c_.s.run_on_stack) forget_last_run();
       break;
     case RunEvent::Kind::Ended: {
       if (!running_) return;
-      // The holes the board confirmed, the piece's apart from the hand's.
+      // The holes of the piece the board confirmed: a hole punched again
+      // after a pause and the hand's are told apart.
       const RunState& s = c_.s;
-      summary_ = "Perforation terminée en " + texte_duree(elapsed_ms()) + " - " +
-                 std::to_string(restored_count_ + s.trous_confirmes) + " trous";
-      if (s.trous_main > 0) summary_ += " (et " + std::to_string(s.trous_main) + " à la main)";
+      chain_files_.push_back({s.nom_midi_court, restored_count_ + s.trous_confirmes - s.trous_repetes});
+      chain_ms_ += elapsed_ms();
+      chain_again_ += s.trous_repetes;
+      chain_by_hand_ += s.trous_main;
+      // The card feeds to the next file: the chain runs on.
+      if (s.fichiers_restants > 1) return;
+      int total = 0;
+      std::string detail;
+      for (const auto& [name, holes] : chain_files_) {
+        total += holes;
+        detail += (detail.empty() ? "" : ", ") + name + " " + std::to_string(holes);
+      }
+      summary_ = std::string(chain_files_.size() > 1 ? "Chaîne terminée en " : "Perforation terminée en ") +
+                 texte_duree(chain_ms_) + " - " + std::to_string(total) + " trous";
+      if (chain_files_.size() > 1) summary_ += " : " + detail;
+      std::string apart;
+      if (chain_again_ > 0) apart = std::to_string(chain_again_) + (chain_again_ == 1 ? " refait" : " refaits");
+      if (chain_by_hand_ > 0) apart += (apart.empty() ? "" : ", ") + std::to_string(chain_by_hand_) + " à la main";
+      if (!apart.empty()) summary_ += " (et " + apart + ")";
       remaining_ = 0;
       running_ = false;
       break;
@@ -192,23 +225,17 @@ void LiveRun::changed(Element& e, Prop p) {
     dirty_ = true;
   } else if (&e == &m.Timer2 && p == Prop::Enabled) {
     redraw = true;
-  } else if (&e == &m.gauge1 && p == Prop::Value && running_) {
-    if (e.value() > 0) row_done(e.value());
-    redraw = true;
   } else if (&e == &m.LabelY && p == Prop::Text) {
     card_step_ = val(e.text());
     redraw = true;
   } else if (&e == &m.LabelX && p == Prop::Text) {
     redraw = true;
   }
-  // A pause or a fault: the run waits at the hole where it stands.
-  const bool now_paused = running_ && c_.s.etat_pause != 0;
-  if (now_paused != paused_) {
-    if (now_paused)
-      paused_at_ = now();
-    else
-      paused_ms_ += static_cast<double>(now() - paused_at_);
-    paused_ = now_paused;
+  // A pause or a fault: the run waits at the hole where it stands, until
+  // it walks its list again (going_on).
+  if (running_ && c_.s.etat_pause != 0 && !paused_) {
+    paused_at_ = now();
+    paused_ = true;
     redraw = true;
   }
   if (redraw && on_change) on_change();
@@ -261,6 +288,15 @@ void LiveRun::forget_last_run() {
   remaining_.reset();
   hand_holes_.clear();
   card_step_ = 0;
+}
+
+void LiveRun::going_on() {
+  // The re-registration after "Continuer" is part of the stop, not of the
+  // run's pace: the time to go stays where the pause left it.
+  if (!paused_ || c_.s.etat_pause != 0) return;
+  paused_ms_ += static_cast<double>(now() - paused_at_);
+  paused_ = false;
+  if (on_change) on_change();
 }
 
 void LiveRun::hole_done() {

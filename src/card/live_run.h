@@ -60,7 +60,9 @@ class LiveRun {
   double planned_ms();
   // The run's running time so far, pauses left out, ms.
   double elapsed_ms() const;
-  // After the end of a run: its time and its holes, for the status line.
+  // After the end of a run: its time and the piece's holes, with the holes
+  // punched again and by hand named apart; after a chain, its total and
+  // each file's.
   const std::string& summary() const { return summary_; }
 
   // Runs after each change worth a redraw.
@@ -71,6 +73,8 @@ class LiveRun {
   void heard(const RunEvent& e);
   void start();
   void hole_done();
+  // The run walks its list again after a pause: the time it stood is left out.
+  void going_on();
   void forget_last_run();
   void mark(int32_t step, int track);
   void mark_from_journal();
@@ -110,6 +114,10 @@ class LiveRun {
   std::optional<int32_t> asked_at_;  // when "Perforer" began, until the origin is found
   double setup_ms_ = 0;
   int32_t started_ = 0, paused_at_ = 0;
+  // The files of the chain walked so far: name and holes of the piece.
+  std::vector<std::pair<std::string, int>> chain_files_;
+  double chain_ms_ = 0;
+  int chain_again_ = 0, chain_by_hand_ = 0;
   double paused_ms_ = 0;
   std::string summary_;
 };

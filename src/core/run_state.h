@@ -163,6 +163,10 @@ struct RunState {
   // and those punched by hand. compteur_trous counts every attempt.
   int32_t trous_confirmes = 0;
   int32_t trous_main = 0;
+  // The cycle under way punches once more the hole at which the run held (a
+  // pause, a fault); those confirmed, counted in trous_confirmes too.
+  bool cycle_repete = false;
+  int32_t trous_repetes = 0;
 };
 
 }  // namespace brivel

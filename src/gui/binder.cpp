@@ -274,6 +274,9 @@ QWidget* Binder::make(Element& e, QWidget* parent) {
 
     case Kind::Gauge: {
       auto* w = new QProgressBar(parent);
+      // Its "50 %" wholly inside the bar, whatever the style draws around it.
+      w->setAlignment(Qt::AlignCenter);
+      w->setMinimumHeight(w->fontMetrics().height() + 8);
       auto show = [w, el] {
         w->setRange(0, std::max(el->max(), 1));
         w->setValue(std::clamp(el->value(), 0, std::max(el->max(), 1)));

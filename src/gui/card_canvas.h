@@ -32,6 +32,8 @@ class CardCanvas : public QAbstractScrollArea {
   double zoom() const { return view_.px_per_mm; }
   // Brings the card's Y `mm` into view, a third from the top.
   void follow(double mm);
+  // Back to the card's start: another piece is shown.
+  void to_start() { follow_top(0); }
   const CardView& view() const { return view_; }
   // Lays out again from the console and repaints.
   void refresh();

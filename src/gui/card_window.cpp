@@ -2,6 +2,7 @@
 
 #include "core/numbers.h"
 #include "geometry/note_names.h"
+#include "import/analyse.h"
 #include "import/ouvre_midi.h"
 
 #include <QAction>
@@ -82,6 +83,11 @@ CardWindow::CardWindow(Context& c, QWidget* parent)
   resize(720, 640);
 
   live_->on_change = [this] { changed(); };
+  piece_events_ = c_.s.evenements.subscribe([this](const RunEvent& e) {
+    if (e.kind != RunEvent::Kind::PieceChanged) return;
+    canvas_->to_start();
+    fill_margin();
+  });
   // The remaining time counts down between the steps of a long move.
   tick_ = new QTimer(this);
   tick_->setInterval(500);
@@ -92,7 +98,7 @@ CardWindow::CardWindow(Context& c, QWidget* parent)
   tick_->start();
 }
 
-CardWindow::~CardWindow() = default;
+CardWindow::~CardWindow() { c_.s.evenements.unsubscribe(piece_events_); }
 
 void CardWindow::set_status_label(QLabel* l) {
   status_ = l;
@@ -121,7 +127,12 @@ void CardWindow::showEvent(QShowEvent* ev) {
 
 void CardWindow::fill_margin() {
   const CardLayout& l = live_->layout();
-  QString t = QStringLiteral("%1 trous, %2 m de carton\n").arg(l.holes.size()).arg(l.length_mm / 1000, 0, 'f', 2);
+  // What a run over the bounds punches, and the card's length as the
+  // service line gives it.
+  QString t = QStringLiteral("%1 trous").arg(l.holes.size());
+  if (l.run_holes.size() != l.holes.size()) t += QStringLiteral(", %1 entre les bornes").arg(l.run_holes.size());
+  t += QStringLiteral(", %1 de carton\n")
+           .arg(QString::fromStdString(texte_longueur_carton(l.y_mm(l.last_step) / 1000)));
   if (l.outside.empty()) {
     t += QStringLiteral("\nToutes les notes sont dans la gamme.\n");
   } else {

@@ -57,6 +57,7 @@ class CardWindow : public QWidget {
 
   Context& c_;
   std::unique_ptr<LiveRun> live_;
+  int piece_events_ = 0;  // a new piece: the card shown from its start
   CardCanvas* canvas_ = nullptr;
   QLabel* margin_ = nullptr;
   QHBoxLayout* shifts_ = nullptr;  // one button per proposed transposition

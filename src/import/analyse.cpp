@@ -6,6 +6,8 @@
 
 namespace brivel {
 
+std::string texte_longueur_carton(double metres) { return format_picture(metres, "0.00") + " m"; }
+
 AnalysePiece analyse_piece(double total, double ms_par_pas, double pas_Y_mm, int nb_hors_gamme) {
   AnalysePiece a;
   a.fin_ms = std::floor(ms_par_pas * total);
@@ -17,7 +19,7 @@ AnalysePiece analyse_piece(double total, double ms_par_pas, double pas_Y_mm, int
   const double mn = std::floor(duree_ms / 1000 / 60);
   const double sec = std::floor(duree_ms / 1000) - 60 * mn;
   a.duree = "Durée: " + str_plain(mn) + " mn " + format_picture(sec, "00") + " s";
-  a.longueur = "Longueur carton: " + format_picture(total * pas_Y_mm / 1000, "0.00") + " m";
+  a.longueur = "Longueur carton: " + texte_longueur_carton(total * pas_Y_mm / 1000);
 
   if (nb_hors_gamme == 0)
     a.service = "Prêt à perforer - " + a.duree + " - " + a.longueur;

@@ -16,6 +16,10 @@ struct AnalysePiece {
   std::string service;      // Label_defautP
 };
 
+// The card's length as the console says it everywhere: metres, two
+// decimals, half away from zero ("1.10 m").
+std::string texte_longueur_carton(double metres);
+
 // `total` is the highest step of the piece (the step of List3's last row
 // before the intermediate steps), `ms_par_pas` ms of music per Y step,
 // `pas_Y_mm` mm of card per Y step.

@@ -165,6 +165,7 @@ bool importe_lecture(Context& c, LectureEvenements&& l, const ReglagesImport& r,
   s.mode_simulation = m.Text9.text() == "7351";
   m.Command11.set_enabled(true);
   m.perfo_retard.set_enabled(true);
+  s.evenements.tell({RunEvent::Kind::PieceChanged});
   return true;
 }
 

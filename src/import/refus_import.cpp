@@ -170,6 +170,7 @@ void refuse_piece(Context& c, const std::string& message) {
   m.Command11.set_enabled(false);
   m.perfo_retard.set_enabled(false);
   m.Label_defautP.set_text(message);
+  s.evenements.tell({RunEvent::Kind::PieceChanged});
 }
 
 void arret_trop_evenements(Context& c) {

@@ -74,10 +74,26 @@ bool charge_parametres(Context& c) {
   m.Avance.set_enabled(true);
   ouvre_port(c);
   if (c.p.serial().is_open()) param_arduino(c);
+  // Loaded: the next start of the console picks it again.
+  ecritures(c).ecrit(s.dossier_appli + kDernierFichierParametres, nom + "\n");
   return true;
 }
 
 void File1_Click(Context& c) { charge_parametres(c); }
+
+bool reprend_dernier_parametres(Context& c) {
+  Model& m = c.m;
+  auto octets = lit_fichier_octets(c.p.storage(), c.s.dossier_appli + kDernierFichierParametres, 4096);
+  if (!octets) return false;
+  const std::string nom = octets->substr(0, octets->find_first_of("\r\n"));
+  refresh_File1(c);
+  const auto& rows = m.File1.rows();
+  const auto at = std::find(rows.begin(), rows.end(), nom);
+  if (nom.empty() || at == rows.end()) return false;
+  m.File1.set_selected(static_cast<int>(at - rows.begin()));
+  m.File1.click();
+  return true;
+}
 
 namespace {
 bool finit_par_set(const std::string& nom) {

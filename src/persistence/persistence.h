@@ -15,6 +15,11 @@ namespace brivel {
 // short still counts as loaded.
 bool charge_parametres(Context& c);
 void File1_Click(Context& c);
+// The parameter file loaded last, picked again as the operator would (its
+// port opens, the board gets its parameters): what the console does at its
+// start. False when there is none, or it is no longer in the list.
+bool reprend_dernier_parametres(Context& c);
+inline constexpr const char* kDernierFichierParametres = "Dernier_fichier_parametres.txt";
 // The menu entry "Sauver Paramètres".
 void Sauve_param_Click(Context& c);
 // Fichier > Ouvrir Paramètres...: a parameter file from any folder is copied

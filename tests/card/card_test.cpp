@@ -2,6 +2,7 @@
 // transposition table, and what the live view learns while a run punches.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include <filesystem>
@@ -205,6 +206,64 @@ TEST(LiveRun, RemainingTimeOfAChainAndToADeferredStart) {
   EXPECT_GT(planned, 0.9 * total);
   EXPECT_FALSE(live.chain_remaining_ms()) << "no file left behind the last";
   EXPECT_FALSE(live.deferred_start_ms());
+  // The chain's total and each file's; between files the line said which
+  // one came next.
+  EXPECT_EQ(std::regex_replace(live.summary(), std::regex("en .* - "), "en - "),
+            "Chaîne terminée en - 36 trous : a 12, b 12, c 12");
+  for (const char* next : {"b.mid (2 sur 3)", "c.mid (3 sur 3)"})
+    EXPECT_NE(std::find(r.service.begin(), r.service.end(), std::string("Avance du carton - fichier suivant : ") + next),
+              r.service.end())
+        << next;
+}
+
+// What the card view counts agrees with what the run punches: a piece
+// opened while the view redraws at every change, a pause that leaves the
+// time to go where it stood, a bounded run's bar from 0 to 100 %, and the
+// end that tells the hole punched again apart.
+TEST(LiveRun, NumbersAgree) {
+  const std::string longer = fichier_evenements(
+      {note_line(1000, 60, 2500), note_line(5000, 62, 100), note_line(6000, 64, 900), note_line(8000, 65, 0)}, 8100);
+  PunchRig r;
+  LiveRun live(r.c);
+  live.on_change = [&] { live.layout(); };  // the view redraws at each change
+  // Its last hole stands in the fraction of a second past the end field.
+  const std::string piece = fichier_evenements(
+      {note_line(1000, 60, 500), note_line(2000, 62, 100), note_line(2000, 64, 100), note_line(3040, 65, 0)}, 3100);
+  ASSERT_TRUE(r.load(longer));
+  ASSERT_TRUE(r.load(piece));
+  LiveRun fresh(r.c);
+  EXPECT_EQ(live.layout().run_holes.size(), fresh.layout().run_holes.size());
+  EXPECT_EQ(live.layout().holes.size(), fresh.layout().holes.size());
+  // Bounded to its second half, paused at its third row done.
+  r.m.Deb_perf_sec.set_text("2");
+  std::vector<int> bar;
+  std::optional<double> before_pause, after_pause;
+  bool paused = false;
+  r.m.subscribe([&](Element& e, Prop p) {
+    if (&e == &r.m.gauge1 && p == Prop::Value) bar.push_back(e.value() * 100 / std::max(1, r.m.gauge1.max()));
+  });
+  r.s.evenements.subscribe([&](const RunEvent& e) {
+    if (e.kind == RunEvent::Kind::Hole && !paused && live.punched_count() == 2) {
+      paused = true;
+      before_pause = live.remaining_ms();
+      r.m.Command12.operator_click();
+    } else if (e.kind == RunEvent::Kind::Hole && e.again) {
+      after_pause = live.remaining_ms();
+    }
+  });
+  r.continue_after(5000);
+  r.punch();
+  EXPECT_EQ(r.m.Label_defautP.text(), "Perforation terminée");
+  ASSERT_FALSE(bar.empty());
+  EXPECT_LE(bar.front(), 20) << "the bar starts at the start bound";
+  EXPECT_EQ(bar.back(), 100);
+  EXPECT_TRUE(std::is_sorted(bar.begin(), bar.end()));
+  ASSERT_TRUE(before_pause && after_pause);
+  EXPECT_LE(*after_pause, *before_pause) << "no jump at Continuer";
+  EXPECT_GT(*after_pause, *before_pause - 1000);
+  EXPECT_EQ(static_cast<int>(live.layout().run_holes.size()), r.s.trous_confirmes - r.s.trous_repetes);
+  EXPECT_EQ(std::regex_replace(live.summary(), std::regex("en .* - "), "en - "),
+            "Perforation terminée en - " + std::to_string(live.layout().run_holes.size()) + " trous (et 1 refait)");
 }
 
 }  // namespace

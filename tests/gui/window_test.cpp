@@ -38,6 +38,7 @@
 #include "platform/qt/help_viewer.h"
 #include "platform/qt/rehearsal_port.h"
 #include "run/engine/run_engine.h"
+#include "import/import_files.h"
 #include "support/punch_rig.h"
 
 namespace brivel::gui {
@@ -403,6 +404,19 @@ TEST(CardWindow, FollowsTheSamplePieceLive) {
   QFile f(svg);
   ASSERT_TRUE(f.open(QIODevice::ReadOnly));
   EXPECT_EQ(static_cast<size_t>(f.readAll().count("class=\"trou\"")), holes);
+  // A piece opened with the window open: its count in the margin, its start
+  // in view.
+  ASSERT_GT(card->canvas()->view().top_mm, 0);
+  r.p.sim_dialogs().open_answers.push_back(fs::path(__FILE__).parent_path() / "../../data/sample.mid");
+  r.m.Ouvre_midi.click();
+  settle();
+  ASSERT_TRUE(r.m.Command11.enabled()) << r.m.Label_defautP.text();
+  EXPECT_EQ(card->live().layout().holes.size(), LiveRun(r.c).layout().holes.size());
+  EXPECT_TRUE(find<QLabel>(card, "carton_marge")
+                  ->text()
+                  .startsWith(QStringLiteral("%1 trous, ").arg(card->live().layout().holes.size())))
+      << find<QLabel>(card, "carton_marge")->text().toStdString();
+  EXPECT_EQ(card->canvas()->view().top_mm, 0);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <functional>
 #include <optional>
 
@@ -142,7 +143,9 @@ void attente_apres_trou(Context& c, Run& run) {
     }
     s.recalage_demande = true;
     recherche_origine(c);
+    s.cycle_repete = true;
     cycle_piece(c);
+    s.cycle_repete = false;
     run.pause_vue = false;
     s.realignement_demande = 0;
     return;
@@ -364,8 +367,16 @@ void Command11_Click(Context& c) {
     for (int k = 1; k <= n; ++k) mise_au_repos(m.Note(k));
     s.compteur_trous = 0;
   }
-  s.trous_confirmes = s.trous_main = 0;
-  m.gauge1.set_max(m.List3.count());
+  s.trous_confirmes = s.trous_main = s.trous_repetes = 0;
+  // The bar runs from 0 to 100 % over the rows between the bounds.
+  int premier = m.List3.count(), dernier = -1;
+  for (int i = 0; i < m.List3.count(); ++i) {
+    if (!run.dans_bornes(lit_ligne_run(m.List3.row(i)).pas)) continue;
+    premier = std::min(premier, i);
+    dernier = i;
+  }
+  const int rangs = std::max(1, dernier - premier + 1);
+  m.gauge1.set_max(rangs);
   m.gauge1.set_value(0);
 
   for (int i = 0; i < m.List3.count(); ++i) {
@@ -374,9 +385,12 @@ void Command11_Click(Context& c) {
       ligne_pasy(c, run, i, l.pas);
     else if (l.mot == "NOTE" || l.mot == "NTOF")
       i = groupe_notes(c, run, i, l.pas);
-    m.gauge1.set_value(i);
+    RunEvent rang{RunEvent::Kind::Row};
+    rang.step = i;
+    s.evenements.tell(rang);
+    m.gauge1.set_value(std::clamp(i - premier, 0, rangs));
   }
-  m.gauge1.set_value(m.List3.count());
+  m.gauge1.set_value(rangs);
 
   m.LabelY.set_text(str_plain(run.fin));
   m.Label_defautP.set_text("Perforation terminée");
@@ -402,7 +416,13 @@ void enchaine_fichier(Context& c) {
   m.nb_PasY.set_text(
       str_plain(std::floor(val(m.Dist_cartons.text()) / (val(m.NbpasY.text()) * val(m.PasmotY.text())))));
   s.evenements.tell({RunEvent::Kind::ChainNext});
-  m.Label_defautP.set_text("Avance du carton");
+  // Which file comes next, and where it stands in the chain.
+  const int suivant = s.rang_fichier + 1;
+  const int total = s.rang_fichier + 1 + s.fichiers_restants;
+  const std::string nom =
+      suivant < m.Liste_fichiers.count() ? std::filesystem::path(m.Liste_fichiers.row(suivant)).filename().string() : "";
+  m.Label_defautP.set_text("Avance du carton - fichier suivant : " + nom +
+                           " (" + std::to_string(suivant + 1) + " sur " + std::to_string(total) + ")");
   deplace_Y(c);
   s.reprise_contexte = false;
   s.rang_fichier = static_cast<int16_t>(s.rang_fichier + 1);

@@ -220,11 +220,14 @@ void cycle_Z(Context& c, const std::function<void()>& pendant_le_cycle) {
         defaut(c, "Non réponse poinçon");
       } else if (s.rep_A) {
         ++(s.cycle_de_la_piece ? s.trous_confirmes : s.trous_main);
+        const bool encore = s.cycle_de_la_piece && s.cycle_repete;
+        if (encore) ++s.trous_repetes;
         if (s.run_on_stack) {
           RunEvent trou{RunEvent::Kind::Hole};
           trou.step = s.compteur_Y;
           trou.x = s.compteur_X;
           trou.by_hand = !s.cycle_de_la_piece;
+          trou.again = encore;
           s.evenements.tell(trou);
         }
       }
