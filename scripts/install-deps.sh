@@ -4,7 +4,8 @@
 set -euo pipefail
 pkgs=(cmake ninja-build g++ pkg-config qt6-base-dev qt6-serialport-dev libudev-dev libgl-dev
       libgtest-dev libgmock-dev libbenchmark-dev midicsv fonts-dejavu-core time avrdude qt6-translations-l10n
-      gcc-avr avr-libc binutils-avr simavr libsimavr-dev libelf-dev arduino-core-avr)
+      gcc-avr avr-libc binutils-avr simavr libsimavr-dev libelf-dev arduino-core-avr
+      libfluidsynth-dev timgm6mb-soundfont)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -38,6 +38,7 @@ CardInput card_input(const Context& c) {
                            : std::string());
   }
   in.step_mm = c.s.pas_Y_mm > 0 ? c.s.pas_Y_mm : val(m.NbpasY.text()) * val(m.PasmotY.text());
+  in.ms_per_step = c.s.ms_par_pas;
   in.mm_per_x_step = val(m.Text11.text());
   in.punch_mm = val(m.Poincon.text());
   in.track_pitch_mm = val(m.Text13.text());
@@ -64,6 +65,7 @@ CardInput card_input(const Context& c) {
 CardLayout lay_out_card(const CardInput& in) {
   CardLayout l;
   l.title = in.title;
+  l.ms_per_step = in.ms_per_step;
   l.step_mm = in.step_mm;
   l.punch_mm = in.punch_mm;
   // The punch is narrower than the gap between tracks; half the pitch reads

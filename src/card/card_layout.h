@@ -25,6 +25,7 @@ struct CardInput {
   double track_pitch_mm = 4.2;     // Text13: from one track to the next
   double edge_mm = 6.3;            // Text12: first track to the card's edge
   std::string title;               // the piece and the instrument, for the exports
+  double ms_per_step = 0;          // ms_par_pas: the music a step of the card holds
 };
 
 struct CardTrack {
@@ -50,6 +51,7 @@ struct CardLayout {
   double start_step = 0, end_step = 0;  // the run's bounds
   int32_t last_step = 0;                // of the list
   std::string title;
+  double ms_per_step = 0;  // the music a step holds, ms
   // Notes of the piece that no track holds: note number -> NOTE rows.
   std::map<int, int> outside;
 
