@@ -12,6 +12,8 @@
 #include "app/console_app.h"
 #include "import/ouvre_midi.h"
 #include "card/card_export.h"
+#include "card/card_sound.h"
+#include "card/card_synth.h"
 #include "command_line.h"
 #include "geometry/note_names.h"
 #include "import/fichier_midi.h"
@@ -28,12 +30,18 @@ namespace fs = std::filesystem;
 constexpr const char* kProgramme = "brivel-card";
 constexpr const char* kUsage =
     "Usage : brivel-card [--set FICHIER.set] [--events SORTIE] [--rows SORTIE] [--svg SORTIE.svg]\n"
-    "                    [--pdf SORTIE.pdf] [--transpositions] MORCEAU.mid\n"
+    "                    [--pdf SORTIE.pdf] [--mid SORTIE.mid] [--wav SORTIE.wav] [--soundfont FICHIER.sf2]\n"
+    "                    [--programme N] [--speed P] [--transpositions] MORCEAU.mid\n"
     "  --set FICHIER.set  l'instrument et la machine d'un fichier de paramètres (sinon les valeurs par défaut)\n"
     "  --events SORTIE    écrit le fichier d'évènements texte du morceau\n"
     "  --rows SORTIE      écrit la liste des évènements, une ligne chacun\n"
     "  --svg SORTIE.svg   dessine le carton entier à l'échelle 1:1\n"
     "  --pdf SORTIE.pdf   le même sur des pages A4, avec repères et numéros de page\n"
+    "  --mid SORTIE.mid   le carton en fichier Midi : une piste de tempo, une piste par piste de l'orgue\n"
+    "  --wav SORTIE.wav   le carton joué, 44,1 kHz, 16 bits, stéréo\n"
+    "  --soundfont F.sf2  la police de sons du WAV (sinon celle du système : paquet timgm6mb-soundfont)\n"
+    "  --programme N      l'instrument General MIDI, 0 à 127 (19 : orgue d'église, par défaut)\n"
+    "  --speed P          la vitesse du WAV en pour cent, 50 à 200 (100 par défaut)\n"
     "  --transpositions   imprime, de -12 à +12 demi-tons, les notes qui sortiraient de la gamme\n"
     "  --help, --version\n"
     "Imprime une ligne JSON, après la table des transpositions si elle est demandée. Sortie 0 : morceau importé ; 1 : "
@@ -44,9 +52,18 @@ constexpr const char* kUsage =
 constexpr int64_t kTailleMaxSet = 1024 * 1024;
 
 struct Options {
-  std::string set, events, rows, svg, pdf, piece;
+  std::string set, events, rows, svg, pdf, mid, wav, soundfont, piece;
+  int programme = 19, speed = 100;
   bool transpositions = false;
 };
+
+// A whole number from `lo` to `hi`, or nothing.
+std::optional<int> entier_entre(const std::string& t, int lo, int hi) {
+  char* end = nullptr;
+  const long v = std::strtol(t.c_str(), &end, 10);
+  if (t.empty() || *end || v < lo || v > hi) return std::nullopt;
+  return static_cast<int>(v);
+}
 
 // The options, or why the line is refused.
 std::variant<Options, std::string> lit_options(const std::vector<std::string>& args) {
@@ -58,9 +75,18 @@ std::variant<Options, std::string> lit_options(const std::vector<std::string>& a
                          : a == "--rows"   ? &o.rows
                          : a == "--svg"    ? &o.svg
                          : a == "--pdf"    ? &o.pdf
-                                           : nullptr;
+                         : a == "--mid"    ? &o.mid
+                         : a == "--wav"    ? &o.wav
+                         : a == "--soundfont" ? &o.soundfont
+                                              : nullptr;
     if (a == "--transpositions") {
       o.transpositions = true;
+    } else if (a == "--programme" || a == "--speed") {
+      const bool prog = a == "--programme";
+      const auto v = i + 1 < args.size() ? entier_entre(args[i + 1], prog ? 0 : 50, prog ? 127 : 200) : std::nullopt;
+      if (!v) return "l'option " + a + (prog ? " attend un nombre de 0 à 127" : " attend un nombre de 50 à 200");
+      (prog ? o.programme : o.speed) = *v;
+      ++i;
     } else if (cible) {
       if (i + 1 >= args.size() || args[i + 1].empty()) return "l'option " + a + " attend un chemin";
       *cible = args[++i];
@@ -92,7 +118,7 @@ std::optional<std::string> refus_sortie(const Options& o, const std::string& opt
   if (!o.set.empty() && meme_fichier(sortie, o.set))
     return option + " « " + sortie + " » est le fichier de paramètres lu : il serait écrasé";
   const std::pair<const char*, const std::string*> avant[] = {
-      {"--events", &o.events}, {"--rows", &o.rows}, {"--svg", &o.svg}};
+      {"--events", &o.events}, {"--rows", &o.rows}, {"--svg", &o.svg}, {"--pdf", &o.pdf}, {"--mid", &o.mid}};
   for (const auto& [autre, chemin] : avant) {
     if (option == autre) break;
     if (!chemin->empty() && meme_fichier(sortie, *chemin))
@@ -204,9 +230,14 @@ int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::os
     err << kProgramme << " : " << pourquoi << "\n";
     return statut;
   };
-  for (const auto& [option, chemin] : {std::pair{"--events", o.events}, std::pair{"--rows", o.rows},
-                                       std::pair{"--svg", o.svg}, std::pair{"--pdf", o.pdf}})
+  for (const auto& [option, chemin] :
+       {std::pair{"--events", o.events}, std::pair{"--rows", o.rows}, std::pair{"--svg", o.svg},
+        std::pair{"--pdf", o.pdf}, std::pair{"--mid", o.mid}, std::pair{"--wav", o.wav}})
     if (auto r = refus_sortie(o, option, chemin)) return refus(*r, cli::kArguments);
+  // The sounds of the WAV, before any work.
+  const std::string police = o.soundfont.empty() ? default_soundfont() : o.soundfont;
+  if (!o.wav.empty())
+    if (const std::string r = soundfont_refusal(police); !r.empty()) return refus(r, cli::kArguments);
   std::optional<std::string> set;
   if (!o.set.empty()) {
     if (auto r = refus_fichier_texte(o.set, "Fichier de paramètres", kTailleMaxSet)) return refus(*r, cli::kArguments);
@@ -255,7 +286,7 @@ int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::os
     if (r) return refus(*r, 3);
   }
 
-  if (!o.svg.empty() || !o.pdf.empty() || o.transpositions) {
+  if (!o.svg.empty() || !o.pdf.empty() || !o.mid.empty() || !o.wav.empty() || o.transpositions) {
     const CardLayout carton = lay_out_card(card_input(app.c));
     if (!o.svg.empty()) {
       auto r = ecrit_sortie(
@@ -265,6 +296,20 @@ int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::os
     if (!o.pdf.empty()) {
       auto r = ecrit_sortie(
           o.pdf, [&carton](std::ofstream& f) { return static_cast<bool>(f << card_pdf(carton, whole_card(carton))); });
+      if (r) return refus(*r, 3);
+    }
+    // What the card plays, as the card view's "Écouter" plays it.
+    const std::vector<SoundingNote> notes = card_notes(carton, 0, carton.last_step);
+    if (!o.mid.empty()) {
+      std::vector<std::string> noms;
+      for (const CardTrack& t : carton.tracks) noms.push_back(t.name.empty() ? std::to_string(t.note) : t.name);
+      auto r = ecrit_sortie(o.mid, [&](std::ofstream& f) { return static_cast<bool>(f << card_midi(notes, noms, o.programme)); });
+      if (r) return refus(*r, 3);
+    }
+    if (!o.wav.empty()) {
+      const Rendering son = render_notes(at_speed(notes, 0, o.speed), police, o.programme);
+      if (!son.error.empty()) return refus(son.error, cli::kArguments);
+      auto r = ecrit_sortie(o.wav, [&son](std::ofstream& f) { return static_cast<bool>(f << wav_file(son.stereo, kRenderRate)); });
       if (r) return refus(*r, 3);
     }
     if (o.transpositions) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 namespace brivel {
@@ -52,6 +53,7 @@ std::string default_soundfont() {
 }
 
 std::string soundfont_refusal(const std::string& path) {
+  quiet_logs();
   if (path.empty())
     return "Aucune police de sons (SoundFont .sf2) : en installer une (paquet timgm6mb-soundfont) ou en choisir une";
   std::error_code ec;
@@ -75,6 +77,7 @@ struct detail::FluidHandle {
   fluid_synth_t* synth = nullptr;
   fluid_audio_driver_t* driver = nullptr;
   std::string error;
+  double latency_ms = 0;  // from a note sent to its sound at the output
 
   FluidHandle(const std::string& soundfont, int programme, bool offline) {
     quiet_logs();
@@ -97,11 +100,25 @@ struct detail::FluidHandle {
     if (settings) delete_fluid_settings(settings);
   }
   // The desktop's output: PipeWire, PulseAudio or ALSA, whichever answers.
+  // BRIVEL_SORTIE_AUDIO names another of FluidSynth's drivers ("file", with
+  // BRIVEL_FICHIER_AUDIO: a WAV written at the pace of a sound card, for a
+  // machine without one).
   bool open_output() {
-    for (const char* name : {"pipewire", "pulseaudio", "alsa"}) {
-      if (fluid_settings_setstr(settings, "audio.driver", name) != FLUID_OK) continue;
+    std::vector<std::string> names = {"pipewire", "pulseaudio", "alsa"};
+    if (const char* chosen = std::getenv("BRIVEL_SORTIE_AUDIO")) names = {chosen};
+    if (const char* file = std::getenv("BRIVEL_FICHIER_AUDIO")) fluid_settings_setstr(settings, "audio.file.name", file);
+    // Short buffers: the reading bar on the card stays near what is heard.
+    fluid_settings_setint(settings, "audio.period-size", 256);
+    fluid_settings_setint(settings, "audio.periods", 2);
+    for (const std::string& name : names) {
+      if (fluid_settings_setstr(settings, "audio.driver", name.c_str()) != FLUID_OK) continue;
       driver = new_fluid_audio_driver(settings, synth);
-      if (driver) return true;
+      if (!driver) continue;
+      int size = 0, periods = 0;
+      fluid_settings_getint(settings, "audio.period-size", &size);
+      fluid_settings_getint(settings, "audio.periods", &periods);
+      latency_ms = 1000.0 * size * periods / kRenderRate;
+      return true;
     }
     error = "Aucune sortie audio : le carton ne peut pas être écouté sur cet ordinateur (l'export WAV reste possible)";
     return false;
@@ -154,6 +171,7 @@ std::string CardPlayer::play(const std::vector<SoundingNote>& notes, const std::
   }
   stop_ = false;
   playing_ = true;
+  latency_ms_ = synth_->latency_ms;
   using clock = std::chrono::steady_clock;
   const clock::time_point t0 = clock::now();
   started_ns_ = t0.time_since_epoch().count();
@@ -184,7 +202,8 @@ void CardPlayer::stop() {
 
 double CardPlayer::position_ms() const {
   const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-  return static_cast<double>(now - started_ns_) / 1e6;
+  // What is heard now was sent one output buffer ago.
+  return std::max(0.0, static_cast<double>(now - started_ns_) / 1e6 - latency_ms_);
 }
 
 }  // namespace brivel

@@ -55,7 +55,8 @@ class CardPlayer {
   std::string play(const std::vector<SoundingNote>& notes, const std::string& soundfont, int programme);
   void stop();
   bool playing() const { return playing_; }
-  // Milliseconds since the start, in the notes' own time.
+  // Milliseconds since the start, in the notes' own time, as heard: the
+  // output's buffer behind what was sent.
   double position_ms() const;
 
  private:
@@ -63,6 +64,7 @@ class CardPlayer {
   std::thread thread_;
   std::atomic<bool> stop_{false}, playing_{false};
   std::atomic<int64_t> started_ns_{0};
+  double latency_ms_ = 0;
 };
 
 }  // namespace brivel

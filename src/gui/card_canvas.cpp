@@ -25,6 +25,7 @@ QString track_name(const CardTrack& t) {
 const QColor kHead(0xd0, 0x20, 0x20);
 const QColor kFeed(0x20, 0x40, 0xd0);
 const QColor kOutside(0x80, 0x80, 0x80, 70);
+const QColor kReading(0x00, 0x90, 0xb0);
 
 }  // namespace
 
@@ -70,6 +71,12 @@ void paint_card(QPainter& p, QSize size, const CardLayout& l, const LiveRun* liv
       const double y = Y(l.y_mm(live->card_step()));
       p.drawLine(QPointF(X(0) - 6, y), QPointF(X(l.width_mm) + 6, y));
     }
+  }
+  if (v.reading_mm) {
+    // The bar the organ reads the card at, while the card is heard.
+    p.setPen(QPen(kReading, 2));
+    const double y = Y(*v.reading_mm);
+    p.drawLine(QPointF(X(0) - 10, y), QPointF(X(l.width_mm) + 10, y));
   }
   // The note names stay at the top while the card scrolls.
   p.fillRect(QRect(0, 0, size.width(), h0), QColor(0xf0, 0xf0, 0xf0));
@@ -128,6 +135,12 @@ void CardCanvas::follow(double mm) {
   // Scrolls only when the mark leaves the middle of the view, so the card
   // moves in jumps an eye can follow rather than at every step.
   if (mm < top + visible_mm * 0.1 || mm > top + visible_mm * 0.8) follow_top(std::max(0.0, mm - visible_mm / 3));
+}
+
+void CardCanvas::set_reading(std::optional<double> mm) {
+  view_.reading_mm = mm;
+  if (mm) follow(*mm);
+  viewport()->update();
 }
 
 void CardCanvas::refresh() {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <QAbstractScrollArea>
+#include <optional>
 
 #include "card/live_run.h"
 
@@ -17,6 +18,8 @@ struct CardView {
   double px_per_mm = 4;  // zoom
   double top_mm = 0;     // the card's Y at the top of the view
   int header_px = 18;    // the band of note names
+  // Listening: where the reading bar stands on the card, mm.
+  std::optional<double> reading_mm;
 };
 
 // Paints the stretch of card that fits in `size` from view.top_mm down. With
@@ -34,6 +37,9 @@ class CardCanvas : public QAbstractScrollArea {
   void follow(double mm);
   // Back to the card's start: another piece is shown.
   void to_start() { follow_top(0); }
+  // The reading bar of the card played, followed by the view; none to take
+  // it away.
+  void set_reading(std::optional<double> mm);
   const CardView& view() const { return view_; }
   // Lays out again from the console and repaints.
   void refresh();

@@ -12,6 +12,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QSettings>
+#include <QShortcut>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
@@ -21,6 +22,7 @@
 #include "card/card_export.h"
 #include "gui/binder.h"
 #include "gui/card_canvas.h"
+#include "gui/card_listening.h"
 #include "persistence/files/text_file.h"
 #include "persistence/journal/hole_journal.h"
 
@@ -65,6 +67,14 @@ CardWindow::CardWindow(Context& c, QWidget* parent)
   connect(check, &QPushButton::clicked, this, [this] { head_to_last_hole(); });
   side->addWidget(check);
   side->addStretch(1);
+  auto* listen_title = new QLabel(QStringLiteral("<b>Écoute</b>"), this);
+  side->addWidget(listen_title);
+  listening_ = new CardListening(c_, *live_, *canvas_, this);
+  side->addWidget(listening_);
+  // The space bar starts and stops the listening.
+  auto* space = new QShortcut(QKeySequence(Qt::Key_Space), this);
+  connect(space, &QShortcut::activated, this, [this] { listening_->toggle(); });
+  side->addSpacing(8);
   bounds_only_ = new QCheckBox(QStringLiteral("Entre les bornes seulement"), this);
   side->addWidget(bounds_only_);
   auto* svg = new QPushButton(QStringLiteral("Exporter en SVG..."), this);

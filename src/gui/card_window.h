@@ -23,6 +23,7 @@ namespace brivel::gui {
 
 class Binder;
 class CardCanvas;
+class CardListening;
 
 class CardWindow : public QWidget {
  public:
@@ -31,6 +32,7 @@ class CardWindow : public QWidget {
 
   LiveRun& live() { return *live_; }
   CardCanvas* canvas() const { return canvas_; }
+  CardListening* listening() const { return listening_; }
   // The remaining time, or the end of the last run, in words.
   QString run_text() const;
   // Writes the card (the bounds only if asked) to `path`, SVG or PDF by its
@@ -59,6 +61,7 @@ class CardWindow : public QWidget {
   std::unique_ptr<LiveRun> live_;
   int piece_events_ = 0;  // a new piece: the card shown from its start
   CardCanvas* canvas_ = nullptr;
+  CardListening* listening_ = nullptr;
   QLabel* margin_ = nullptr;
   QHBoxLayout* shifts_ = nullptr;  // one button per proposed transposition
   QLabel* state_ = nullptr;

@@ -27,7 +27,11 @@
 #include "console/file_list.h"
 #include "geometry/note_names.h"
 #include "gui/binder.h"
+#include "card/card_sound.h"
+#include "card/card_synth.h"
 #include "gui/card_canvas.h"
+#include "gui/card_listening.h"
+#include "import/vertalen.h"
 #include "gui/card_window.h"
 #include "gui/geometry_rules.h"
 #include "gui/hot_key.h"
@@ -340,6 +344,18 @@ TEST_F(ToolsWindow, UploadReportWindow) {
   EXPECT_FALSE(m.Upload.visible() || box->isVisible());
 }
 
+// The main window shown, the note names loaded and the sample piece opened
+// as the operator opens it. False, with why, when it would not open.
+::testing::AssertionResult open_sample(test::PunchRig& r, MainWindow& w) {
+  w.show();
+  charge_noms_notes(r.c);
+  r.p.sim_dialogs().open_answers.push_back(fs::path(__FILE__).parent_path() / "../../data/sample.mid");
+  r.m.Ouvre_midi.set_enabled(true);
+  r.m.Ouvre_midi.click();
+  if (r.m.Command11.enabled()) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << r.m.Label_defautP.text();
+}
+
 // The card window on the sample piece, opened by F4, before and during a run,
 // with the remaining time beside the gauge; and during the pause the note
 // states in the note fields' colours on the note page.
@@ -348,12 +364,7 @@ TEST(CardWindow, FollowsTheSamplePieceLive) {
   realistic.instant = false;
   test::PunchRig r(realistic);
   MainWindow w{r.c, [] {}};
-  w.show();
-  charge_noms_notes(r.c);
-  r.p.sim_dialogs().open_answers.push_back(fs::path(__FILE__).parent_path() / "../../data/sample.mid");
-  r.m.Ouvre_midi.set_enabled(true);
-  r.m.Ouvre_midi.click();
-  ASSERT_TRUE(r.m.Command11.enabled()) << r.m.Label_defautP.text();
+  ASSERT_TRUE(open_sample(r, w));
   auto* f4 = find<QAction>(&w, "fenetre_carton");
   EXPECT_EQ(f4->shortcut(), QKeySequence(Qt::Key_F4));
   f4->trigger();
@@ -417,6 +428,50 @@ TEST(CardWindow, FollowsTheSamplePieceLive) {
                   .startsWith(QStringLiteral("%1 trous, ").arg(card->live().layout().holes.size())))
       << find<QLabel>(card, "carton_marge")->text().toStdString();
   EXPECT_EQ(card->canvas()->view().top_mm, 0);
+}
+
+// Listening to the sample's card: the panel names its sounds, exports the
+// card as MIDI (read back by our decoder) and WAV, and "Écouter" plays it
+// off the window's thread, the reading bar on the card, until "Arrêter".
+TEST(CardWindow, ListensToTheCard) {
+  if (default_soundfont().empty()) GTEST_SKIP() << "no General MIDI SoundFont installed (timgm6mb-soundfont)";
+  test::PunchRig r;
+  MainWindow w{r.c, [] {}};
+  ASSERT_TRUE(open_sample(r, w));
+  find<QAction>(&w, "fenetre_carton")->trigger();
+  CardWindow* card = w.card_window();
+  CardListening* l = card->listening();
+  EXPECT_TRUE(l->said().startsWith(QStringLiteral("Sons : "))) << l->said().toStdString();
+  const auto notes = l->notes();
+  ASSERT_GT(notes.size(), 50u);
+
+  ASSERT_TRUE(l->export_midi(QString::fromStdString(r.home + "carton.mid")));
+  const VertalenResult back = vertalen(r.read_file("carton.mid"), "carton.mid");
+  EXPECT_EQ(back.midi_erreur_code, 0);
+  EXPECT_EQ(piece_notes_ms(back.text).size(), notes.size());
+  ASSERT_TRUE(l->export_wav(QString::fromStdString(r.home + "carton.wav")));
+  const std::string wav = r.read_file("carton.wav");
+  EXPECT_EQ(wav.substr(0, 4), "RIFF");
+  EXPECT_GT(wav.size(), static_cast<size_t>(notes.back().off_ms / 1000 * kRenderRate * 4));
+
+  // No sound card here: FluidSynth's file output plays at the pace of one.
+  qputenv("BRIVEL_SORTIE_AUDIO", "file");
+  qputenv("BRIVEL_FICHIER_AUDIO", QByteArray::fromStdString(r.home + "ecoute.wav"));
+  auto* play = find<QPushButton>(card, "carton_ecouter");
+  play->click();
+  EXPECT_TRUE(l->playing()) << l->said().toStdString();
+  EXPECT_EQ(play->text(), QStringLiteral("Arrêter"));
+  ASSERT_TRUE(l->position_ms());
+  EXPECT_GE(*l->position_ms(), 0);
+  card->canvas()->set_reading(card->live().layout().y_mm(900));
+  EXPECT_TRUE(save_picture(*card, "carton-ecoute.png"));
+  play->click();
+  settle();
+  EXPECT_FALSE(l->playing());
+  EXPECT_EQ(play->text(), QStringLiteral("Écouter"));
+  EXPECT_FALSE(card->canvas()->view().reading_mm);
+  qunsetenv("BRIVEL_SORTIE_AUDIO");
+  qunsetenv("BRIVEL_FICHIER_AUDIO");
 }
 
 }  // namespace

@@ -107,5 +107,44 @@ TEST(BrivelCard, ReportLineAndFiles) {
   EXPECT_EQ(slurp(f.path + "rows.txt").substr(0, 46), "0000002 00060 NOTE 0000035\n0000005 ##### PASY\n");
 }
 
+// The card as MIDI and WAV; sounds that are no SoundFont and a speed out of
+// range are refused before any work, in words.
+TEST(BrivelCard, TheCardAsMidiAndWav) {
+  Folder f;
+  write_file(f.path + "do.mid", tiny_midi());
+  const struct {
+    std::string args;
+    int status;
+    std::string err;  // its beginning
+    const char* written;
+  } kCases[] = {
+      {"--mid " + q(f.path + "c.mid") + "--programme 21 " + q(f.path + "do.mid"), 0, "", "c.mid"},
+      {"--wav " + q(f.path + "c.wav") + "--speed 200 " + q(f.path + "do.mid"), 0, "", "c.wav"},
+      {"--wav " + q(f.path + "x.wav") + "--soundfont " + q(f.path + "do.mid") + q(f.path + "do.mid"), 2,
+       "brivel-card : « " + f.path + "do.mid » n'est pas une police de sons SoundFont (.sf2)\n", nullptr},
+      {"--speed 300 " + q(f.path + "do.mid"), 2, "brivel-card : l'option --speed attend un nombre de 50 à 200\n",
+       nullptr},
+      {"--programme orgue " + q(f.path + "do.mid"), 2,
+       "brivel-card : l'option --programme attend un nombre de 0 à 127\n", nullptr},
+  };
+  for (const auto& k : kCases) {
+    SCOPED_TRACE(k.args);
+    const CardRun r = card(f, k.args);
+    EXPECT_EQ(r.status, k.status) << r.err;
+    EXPECT_EQ(r.err.substr(0, k.err.size()), k.err);
+    if (k.written) {
+      EXPECT_GT(std::filesystem::file_size(f.path + k.written), 44u);
+    }
+  }
+  // One note on programme 21, on a track named by its note (no names are
+  // loaded without a console).
+  const std::string mid = slurp(f.path + "c.mid");
+  EXPECT_EQ(mid.substr(0, 14), std::string("MThd\0\0\0\6\0\1\0\2\1\xE0", 14));
+  EXPECT_NE(mid.find(std::string("\xC0\x15", 2)), std::string::npos);
+  EXPECT_NE(mid.find(std::string("\xFF\x03\x02" "60", 5)), std::string::npos);
+  // At twice the speed, 250 ms of note and the second of dying away.
+  EXPECT_NEAR(static_cast<double>(std::filesystem::file_size(f.path + "c.wav") - 44) / (44100 * 4), 1.25, 0.05);
+}
+
 }  // namespace
 }  // namespace brivel::test
