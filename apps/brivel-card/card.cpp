@@ -258,6 +258,8 @@ int brivel_card(const std::vector<std::string>& args, std::ostream& out, std::os
   bool arrete = false;
   try {
     if (set) applique_parametres(app, lit_fichier_parametres(*set));
+    // The notes' names, as the card view shows them on the tracks.
+    charge_noms_notes(app.c);
     p.sim_dialogs().open_answers.push_back(o.piece);
     app.m.Ouvre_midi.click();
   } catch (const SimProcessEnded&) {

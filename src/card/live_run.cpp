@@ -20,6 +20,23 @@ int64_t last_x(const PunchPlan& plan, const std::vector<double>& positions) {
   return k >= 1 && k <= positions.size() ? static_cast<int64_t>(std::llround(positions[k - 1])) : 0;
 }
 
+// The end of a run, or of a chain with each file's holes.
+std::string texte_de_fin(const std::vector<std::pair<std::string, int>>& files, double ms, int again, int by_hand) {
+  int total = 0;
+  std::string detail;
+  for (const auto& [name, holes] : files) {
+    total += holes;
+    detail += (detail.empty() ? "" : ", ") + name + " " + std::to_string(holes);
+  }
+  std::string t = std::string(files.size() > 1 ? "Chaîne terminée en " : "Perforation terminée en ") +
+                  texte_duree(ms) + " - " + std::to_string(total) + " trous";
+  if (files.size() > 1) t += " : " + detail;
+  std::string apart;
+  if (again > 0) apart = std::to_string(again) + (again == 1 ? " refait" : " refaits");
+  if (by_hand > 0) apart += (apart.empty() ? "" : ", ") + std::to_string(by_hand) + " à la main";
+  return apart.empty() ? t : t + " (et " + apart + ")";
+}
+
 }  // namespace
 
 LiveRun::LiveRun(Context& c) : c_(c) {
@@ -77,19 +94,7 @@ void LiveRun::heard(const RunEvent& e) {
       chain_by_hand_ += s.trous_main;
       // The card feeds to the next file: the chain runs on.
       if (s.fichiers_restants > 1) return;
-      int total = 0;
-      std::string detail;
-      for (const auto& [name, holes] : chain_files_) {
-        total += holes;
-        detail += (detail.empty() ? "" : ", ") + name + " " + std::to_string(holes);
-      }
-      summary_ = std::string(chain_files_.size() > 1 ? "Chaîne terminée en " : "Perforation terminée en ") +
-                 texte_duree(chain_ms_) + " - " + std::to_string(total) + " trous";
-      if (chain_files_.size() > 1) summary_ += " : " + detail;
-      std::string apart;
-      if (chain_again_ > 0) apart = std::to_string(chain_again_) + (chain_again_ == 1 ? " refait" : " refaits");
-      if (chain_by_hand_ > 0) apart += (apart.empty() ? "" : ", ") + std::to_string(chain_by_hand_) + " à la main";
-      if (!apart.empty()) summary_ += " (et " + apart + ")";
+      summary_ = texte_de_fin(chain_files_, chain_ms_, chain_again_, chain_by_hand_);
       remaining_ = 0;
       running_ = false;
       break;

@@ -48,17 +48,29 @@ TEST(CardSound, NotesOfTheHoles) {
   const struct {
     const char* what;
     int shift;
+    const char* bridge;  // PontY
     double from, to;
     std::vector<Expected> want;
   } kCases[] = {
-      {"whole", 0, 0, 1e9, {{6, 60, 74, 107}, {7, 62, 147, 151}, {8, 64, 147, 151}, {9, 65, 219, 219}}},
-      {"bounded", 0, 140, 160, {{7, 62, 147, 151}, {8, 64, 147, 151}}},
-      {"up a tone", 2, 0, 1e9, {{7, 62, 74, 107}, {8, 64, 147, 151}, {10, 66, 147, 151}, {11, 67, 219, 219}}},
+      {"whole", 0, "0", 0, 1e9, {{6, 60, 74, 107}, {7, 62, 147, 151}, {8, 64, 147, 151}, {9, 65, 219, 219}}},
+      {"bounded", 0, "0", 140, 160, {{7, 62, 147, 151}, {8, 64, 147, 151}}},
+      {"up a tone", 2, "0", 0, 1e9, {{7, 62, 74, 107}, {8, 64, 147, 151}, {10, 66, 147, 151}, {11, 67, 219, 219}}},
+      // The held note is longer than 6 punches: bridges leave uncut card
+      // between its holes (a punch every 5 steps, 3.6 steps long), and the
+      // organ hears a note per hole.
+      {"bridged",
+       0,
+       "2",
+       0,
+       120,
+       {{6, 60, 74, 75}, {6, 60, 80, 80}, {6, 60, 85, 85}, {6, 60, 90, 90}, {6, 60, 95, 95}, {6, 60, 100, 100},
+        {6, 60, 105, 107}}},
   };
   for (const auto& k : kCases) {
     SCOPED_TRACE(k.what);
     PunchRig r;
     r.m.transposition.set_text(std::to_string(k.shift));
+    r.m.PontY.set_text(k.bridge);
     ASSERT_TRUE(r.load(kPiece));
     LiveRun live(r.c);
     const CardLayout& l = live.layout();

@@ -136,12 +136,11 @@ TEST(BrivelCard, TheCardAsMidiAndWav) {
       EXPECT_GT(std::filesystem::file_size(f.path + k.written), 44u);
     }
   }
-  // One note on programme 21, on a track named by its note (no names are
-  // loaded without a console).
+  // One note on programme 21, on a track named by its note.
   const std::string mid = slurp(f.path + "c.mid");
   EXPECT_EQ(mid.substr(0, 14), std::string("MThd\0\0\0\6\0\1\0\2\1\xE0", 14));
   EXPECT_NE(mid.find(std::string("\xC0\x15", 2)), std::string::npos);
-  EXPECT_NE(mid.find(std::string("\xFF\x03\x02" "60", 5)), std::string::npos);
+  EXPECT_NE(mid.find("Do"), std::string::npos) << mid;
   // At twice the speed, 250 ms of note and the second of dying away.
   EXPECT_NEAR(static_cast<double>(std::filesystem::file_size(f.path + "c.wav") - 44) / (44100 * 4), 1.25, 0.05);
 }

@@ -279,6 +279,18 @@ int groupe_notes(Context& c, Run& run, int i, double p) {
   return derniere;
 }
 
+// The bar runs from 0 to 100 % over the rows between the bounds: the first
+// of them, and how many there are (at least 1).
+std::pair<int, int> rangs_dans_bornes(const Model& m, const Run& run) {
+  int premier = m.List3.count(), dernier = -1;
+  for (int i = 0; i < m.List3.count(); ++i) {
+    if (!run.dans_bornes(lit_ligne_run(m.List3.row(i)).pas)) continue;
+    premier = std::min(premier, i);
+    dernier = i;
+  }
+  return {premier, std::max(1, dernier - premier + 1)};
+}
+
 // Set-up steps 2 to 8; false, with the closing steps done, on a bound error.
 bool bornes(Context& c, Run& run) {
   Model& m = c.m;
@@ -368,14 +380,7 @@ void Command11_Click(Context& c) {
     s.compteur_trous = 0;
   }
   s.trous_confirmes = s.trous_main = s.trous_repetes = 0;
-  // The bar runs from 0 to 100 % over the rows between the bounds.
-  int premier = m.List3.count(), dernier = -1;
-  for (int i = 0; i < m.List3.count(); ++i) {
-    if (!run.dans_bornes(lit_ligne_run(m.List3.row(i)).pas)) continue;
-    premier = std::min(premier, i);
-    dernier = i;
-  }
-  const int rangs = std::max(1, dernier - premier + 1);
+  const auto [premier, rangs] = rangs_dans_bornes(m, run);
   m.gauge1.set_max(rangs);
   m.gauge1.set_value(0);
 
