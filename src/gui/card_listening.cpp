@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <QSettings>
 #include <QSpinBox>
@@ -73,11 +74,12 @@ CardListening::CardListening(Context& c, LiveRun& live, CardCanvas& canvas, QWid
   said_->setWordWrap(true);
   v->addWidget(said_);
   auto* mid = new QPushButton(QStringLiteral("Exporter en MIDI..."), this);
-  auto* wav = new QPushButton(QStringLiteral("Exporter en WAV..."), this);
+  wav_ = new QPushButton(QStringLiteral("Exporter en WAV..."), this);
+  wav_->setObjectName(QStringLiteral("carton_wav"));
   connect(mid, &QPushButton::clicked, this, [this] { ask_export(false); });
-  connect(wav, &QPushButton::clicked, this, [this] { ask_export(true); });
+  connect(wav_, &QPushButton::clicked, this, [this] { ask_export(true); });
   v->addWidget(mid);
-  v->addWidget(wav);
+  v->addWidget(wav_);
 
   follow_ = new QTimer(this);
   follow_->setInterval(30);
@@ -86,7 +88,10 @@ CardListening::CardListening(Context& c, LiveRun& live, CardCanvas& canvas, QWid
   set_soundfont(saved.isEmpty() ? QString::fromStdString(default_soundfont()) : saved);
 }
 
-CardListening::~CardListening() { player_.stop(); }
+CardListening::~CardListening() {
+  player_.stop();
+  if (rendering_.joinable()) rendering_.join();
+}
 
 void CardListening::set_soundfont(const QString& path) {
   soundfont_ = path;
@@ -178,19 +183,47 @@ bool CardListening::export_midi(const QString& path) {
   return static_cast<bool>(e);
 }
 
-bool CardListening::export_wav(const QString& path) {
+CardListening::WavJob CardListening::wav_job(const QString& path) const {
   // At the speed chosen, from the start of the card or of the bounds.
   const double from = bounds_only() ? live_.layout().start_step * live_.layout().ms_per_step : 0;
-  const Rendering r =
-      render_notes(at_speed(notes(), from, speed_box_->value()), soundfont_.toStdString(), programme_->currentData().toInt());
-  if (!r.error.empty()) {
-    said_->setText(QString::fromStdString(r.error));
-    return false;
-  }
-  const Ecriture e = ecrit_fichier_atomique(c_.p.storage(), path.toStdString(), wav_file(r.stereo, kRenderRate));
-  said_->setText(e ? QStringLiteral("Carton exporté : %1").arg(path)
-                   : QStringLiteral("Écriture impossible : %1 (%2)").arg(path, QString::fromStdString(e.raison())));
-  return static_cast<bool>(e);
+  return {at_speed(notes(), from, speed_box_->value()), soundfont_.toStdString(), path.toStdString(),
+          programme_->currentData().toInt()};
+}
+
+QString CardListening::run(Storage& disk, const WavJob& job) {
+  const Rendering r = render_notes(job.notes, job.soundfont, job.programme);
+  if (!r.error.empty()) return QString::fromStdString(r.error);
+  const Ecriture e = ecrit_fichier_atomique(disk, job.path, wav_file(r.stereo, kRenderRate));
+  const QString path = QString::fromStdString(job.path);
+  return e ? QStringLiteral("Carton exporté : %1").arg(path)
+           : QStringLiteral("Écriture impossible : %1 (%2)").arg(path, QString::fromStdString(e.raison()));
+}
+
+void CardListening::export_wav_in_background(const QString& path) {
+  if (rendering_.joinable()) return;
+  said_->setText(QStringLiteral("Enregistrement du WAV en cours..."));
+  wav_->setEnabled(false);
+  QPointer<CardListening> self(this);
+  rendering_ = std::thread([this, self, &disk = c_.p.storage(), job = wav_job(path)] {
+    const QString said = run(disk, job);
+    {
+      const std::lock_guard lock(rendered_mu_);
+      rendered_ = said;
+    }
+    // Said at the window's next turn; a window gone by then waited for this
+    // thread in its destructor and says nothing.
+    QMetaObject::invokeMethod(
+        qApp, [self] { if (self) self->finish_export(); }, Qt::QueuedConnection);
+  });
+}
+
+void CardListening::finish_export() {
+  if (rendering_.joinable()) rendering_.join();
+  const std::lock_guard lock(rendered_mu_);
+  if (!rendered_) return;
+  said_->setText(*rendered_);
+  rendered_.reset();
+  wav_->setEnabled(true);
 }
 
 void CardListening::ask_export(bool wav) {
@@ -204,9 +237,10 @@ void CardListening::ask_export(bool wav) {
   if (path.isEmpty()) return;
   s.setValue(QStringLiteral("dossiers/export"), QFileInfo(path).absolutePath());
   if (!path.endsWith(ext, Qt::CaseInsensitive)) path += ext;
-  QApplication::setOverrideCursor(Qt::WaitCursor);
-  wav ? export_wav(path) : export_midi(path);
-  QApplication::restoreOverrideCursor();
+  if (wav)
+    export_wav_in_background(path);
+  else
+    export_midi(path);
 }
 
 }  // namespace brivel::gui

@@ -7,6 +7,10 @@
 
 #include <QWidget>
 #include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "card/card_sound.h"
@@ -40,9 +44,15 @@ class CardListening : public QWidget {
 
   // The notes that "Écouter" plays now: the card's, or the piece's.
   std::vector<SoundingNote> notes() const;
-  // The exports; false when the file could not be made, the panel says why.
+  // The MIDI export; false when the file could not be made, the panel says
+  // why.
   bool export_midi(const QString& path);
-  bool export_wav(const QString& path);
+  // The WAV rendered and written on a thread of its own, the window free
+  // meanwhile; the panel says when it is done. One at a time.
+  void export_wav_in_background(const QString& path);
+  // Waits for that export and says how it ended (the end also comes by
+  // itself, at a later turn of the event loop).
+  void finish_export();
 
   // The SoundFont and the programme chosen (kept in the settings).
   QString soundfont() const { return soundfont_; }
@@ -51,6 +61,15 @@ class CardListening : public QWidget {
  private:
   void follow();
   void ask_export(bool wav);
+  // What a WAV export needs, read from the panel on the window's thread.
+  struct WavJob {
+    std::vector<SoundingNote> notes;
+    std::string soundfont, path;
+    int programme = 19;
+  };
+  WavJob wav_job(const QString& path) const;
+  // Renders and writes; what the panel then says.
+  static QString run(Storage& disk, const WavJob& job);
   double from_ms() const;
   bool bounds_only() const;
 
@@ -66,6 +85,10 @@ class CardListening : public QWidget {
   QCheckBox* original_ = nullptr;
   QLabel* said_ = nullptr;
   QTimer* follow_ = nullptr;
+  QPushButton* wav_ = nullptr;
+  std::thread rendering_;
+  std::optional<QString> rendered_;  // the end of the export in the background, set by its thread
+  std::mutex rendered_mu_;
 };
 
 }  // namespace brivel::gui

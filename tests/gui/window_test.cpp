@@ -445,14 +445,25 @@ TEST(CardWindow, ListensToTheCard) {
   const auto notes = l->notes();
   ASSERT_GT(notes.size(), 50u);
 
+  r.p.storage().set_fault(FaultyStorage::Fault::DiskFull);
+  EXPECT_FALSE(l->export_midi(QString::fromStdString(r.home + "carton.mid")));
+  EXPECT_EQ(l->said().toStdString(), "Écriture impossible : " + r.home + "carton.mid (disque plein)");
+  r.p.storage().set_fault(FaultyStorage::Fault::None);
   ASSERT_TRUE(l->export_midi(QString::fromStdString(r.home + "carton.mid")));
   const VertalenResult back = vertalen(r.read_file("carton.mid"), "carton.mid");
   EXPECT_EQ(back.midi_erreur_code, 0);
   EXPECT_EQ(piece_notes_ms(back.text).size(), notes.size());
-  ASSERT_TRUE(l->export_wav(QString::fromStdString(r.home + "carton.wav")));
+  // The WAV on a thread of its own, the button off meanwhile.
+  l->export_wav_in_background(QString::fromStdString(r.home + "carton.wav"));
+  EXPECT_FALSE(find<QPushButton>(card, "carton_wav")->isEnabled());
+  l->finish_export();
+  EXPECT_TRUE(find<QPushButton>(card, "carton_wav")->isEnabled());
+  EXPECT_EQ(l->said().toStdString(), "Carton exporté : " + r.home + "carton.wav");
   const std::string wav = r.read_file("carton.wav");
   EXPECT_EQ(wav.substr(0, 4), "RIFF");
   EXPECT_GT(wav.size(), static_cast<size_t>(notes.back().off_ms / 1000 * kRenderRate * 4));
+  settle();  // the thread's own word on the export comes after, and changes nothing
+  EXPECT_EQ(l->said().toStdString(), "Carton exporté : " + r.home + "carton.wav");
 
   // No sound card here: FluidSynth's file output plays at the pace of one.
   qputenv("BRIVEL_SORTIE_AUDIO", "file");
