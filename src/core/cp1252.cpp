@@ -1,6 +1,7 @@
 #include "core/cp1252.h"
 
 #include <cstdint>
+#include <cstdio>
 
 namespace brivel {
 
@@ -83,6 +84,24 @@ std::vector<std::string> split_cp1252_lines(std::string_view bytes) {
   }
   if (start < bytes.size()) lines.push_back(cp1252_to_utf8(bytes.substr(start)));
   return lines;
+}
+
+std::string visible_bytes(std::string_view text) {
+  std::string out;
+  for (const unsigned char ch : text) {
+    if (ch == '\n') {
+      out += "<LF>";
+    } else if (ch == '\r') {
+      out += "<CR>";
+    } else if (ch < 0x20 || ch == 0x7f) {
+      char buf[8];
+      std::snprintf(buf, sizeof buf, "<%02X>", ch);
+      out += buf;
+    } else {
+      out += static_cast<char>(ch);
+    }
+  }
+  return out;
 }
 
 }  // namespace brivel

@@ -20,4 +20,8 @@ std::string cp1252_to_utf8(std::string_view bytes);
 // to UTF-8. A final line end does not open a further line.
 std::vector<std::string> split_cp1252_lines(std::string_view bytes);
 
+// The text with its control bytes made visible for the operator: "<LF>",
+// "<CR>", and the others by their code ("<01>").
+std::string visible_bytes(std::string_view text);
+
 }  // namespace brivel

@@ -5,31 +5,12 @@
 #include <cstdio>
 #include <utility>
 
+#include "core/cp1252.h"
 #include "core/numbers.h"
 #include "link/connection.h"
 #include "link/frames.h"
 
 namespace brivel {
-
-namespace {
-std::string visible_bytes(const std::string& text) {
-  std::string out;
-  for (unsigned char ch : text) {
-    if (ch == '\n') {
-      out += "<LF>";
-    } else if (ch == '\r') {
-      out += "<CR>";
-    } else if (ch < 0x20 || ch == 0x7f) {
-      char buf[8];
-      std::snprintf(buf, sizeof buf, "<%02X>", ch);
-      out += buf;
-    } else {
-      out += static_cast<char>(ch);
-    }
-  }
-  return out;
-}
-}  // namespace
 
 double delai_mouvement_ms(double pas, double us_par_pas) {
   double move = pas * us_par_pas / 1000.0;

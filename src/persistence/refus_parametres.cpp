@@ -1,7 +1,5 @@
 #include "persistence/refus_parametres.h"
 
-#include <cstdio>
-
 #include "console/model.h"
 #include "core/cp1252.h"
 #include "core/numbers.h"
@@ -19,22 +17,6 @@ bool commence_par_un_nombre(std::string_view t) {
   if (t[i] == '+' || t[i] == '-') ++i;
   if (i < t.size() && t[i] == '.') ++i;
   return i < t.size() && t[i] >= '0' && t[i] <= '9';
-}
-
-// The value as the operator would read it in a box: bytes that are no
-// letters are shown by their code.
-std::string montre(const std::string& t) {
-  std::string out;
-  for (const unsigned char ch : t) {
-    if (ch < 0x20 || ch == 0x7F) {
-      char buf[8];
-      std::snprintf(buf, sizeof buf, "<%02X>", ch);
-      out += buf;
-    } else {
-      out += static_cast<char>(ch);
-    }
-  }
-  return out;
 }
 
 std::string legende(const Model& m, const std::string& champ) {
@@ -71,12 +53,12 @@ std::optional<std::string> refus_fichier_parametres(const Model& m, std::string_
       return quoi() + "absente, le fichier s'arrête à la ligne " + std::to_string(lignes.size()) + " sur " +
              std::to_string(table.size());
     if (lp.forme == FormeParam::Ignore) continue;
-    const std::string texte = cp1252_to_utf8(lignes[static_cast<size_t>(lp.ligne - 1)]);
+    const std::string& texte = lignes[static_cast<size_t>(lp.ligne - 1)];
     const bool note = lp.champ.rfind("Note(", 0) == 0 || lp.champ.rfind("Position(", 0) == 0;
     // Rows beyond the instrument's notes are never used.
     if (note && std::stoi(lp.champ.substr(lp.champ.find('(') + 1)) > notes) continue;
     if (lp.champ == "Text17" && texte.empty()) continue;  // read as 6
-    const std::string valeur = "« " + montre(texte) + " »";
+    const std::string valeur = "« " + visible_bytes(texte) + " »";
     if (!commence_par_un_nombre(texte)) return quoi() + valeur + " n'est pas un nombre";
     const double v = val(texte);
     // A decimal comma reads the number short: say how it was read.

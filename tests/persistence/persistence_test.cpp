@@ -226,6 +226,7 @@ TEST(ParameterLoad, ABadFileIsRefusedWholeAndChangesNothing) {
   } kCases[] = {
       {0, "", "ligne 21 (Pas) : absente, le fichier s'arrête à la ligne 20 sur 162"},
       {5, "soixante", "ligne 5 (Vitesse X) : « soixante » n'est pas un nombre"},
+      {6, "huit mètres", "ligne 6 (Vitesse Y) : « huit mètres » n'est pas un nombre"},
       {5, std::string("\x01\x02", 2), "ligne 5 (Vitesse X) : « <01><02> » n'est pas un nombre"},
       {5, "0", "ligne 5 (Vitesse X) : « 0 » µs : la carte fait un pas en 20 à 32000 µs"},
       {6, "40000", "ligne 6 (Vitesse Y) : « 40000 » µs : la carte fait un pas en 20 à 32000 µs"},
